@@ -1,0 +1,278 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppPackage.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+// The wire form. Integers are little-endian, offsets and sizes in bytes.
+
+// Package header, at the start.
+constexpr quint32 PACKAGE_MAGIC = 0x73CA241F; // bytes 1F 24 CA 73
+constexpr qsizetype PACKAGE_MAGIC_OFFSET = 0;
+constexpr quint16 PACKAGE_VERSION = 0;
+constexpr qsizetype PACKAGE_VERSION_OFFSET = 4;
+constexpr qsizetype PACKAGE_RESULT_OFFSET = 6;     // qint8: low byte of the result code
+constexpr qsizetype PACKAGE_COUNT_OFFSET = 7;      // quint8: objects
+constexpr qsizetype PACKAGE_TOTAL_SIZE_OFFSET = 8; // quint32: bytes after the header
+constexpr qsizetype PACKAGE_ENTRIES_OFFSET = 16;   // the directory; unused entries are zero
+constexpr qsizetype PACKAGE_HEADER_SIZE = 496;
+static_assert(PACKAGE_ENTRIES_OFFSET + AppPackage::OBJECTS_MAX * AppPackage::ENTRY_SIZE ==
+                  PACKAGE_HEADER_SIZE,
+              "the directory fills the header");
+
+// Directory entry of one object.
+constexpr qsizetype ENTRY_TYPE_OFFSET = 0;  // quint8: OBJECT_PROGRAM or OBJECT_DISK
+constexpr qsizetype ENTRY_FLAGS_OFFSET = 1; // quint8
+constexpr qsizetype ENTRY_SIZE_OFFSET = 4;  // quint32: bytes of the data block
+constexpr qsizetype ENTRY_NAME_OFFSET = 8;  // AppDosName::SIZE bytes, PETSCII
+static_assert(ENTRY_NAME_OFFSET + AppDosName::SIZE == AppPackage::ENTRY_SIZE,
+              "the name ends the entry");
+constexpr quint8 OBJECT_PROGRAM = 0;
+constexpr quint8 OBJECT_DISK = 1;
+constexpr quint8 FLAG_REPLACE = 0x01;
+
+// Disk header, at the start of a disk's data block.
+constexpr quint32 DISK_HEADER_MAGIC = 0x715C13A6; // bytes A6 13 5C 71
+constexpr qsizetype DISK_HEADER_MAGIC_OFFSET = 0;
+constexpr qsizetype DISK_HEADER_SIZE_OFFSET = 4;      // quint32: where the image starts
+constexpr qsizetype DISK_HEADER_DATA_SIZE_OFFSET = 8; // quint32: the image before padding
+constexpr qsizetype DISK_HEADER_TYPE_OFFSET = 12;     // quint8: DISKTYPE
+constexpr qsizetype DISK_HEADER_NAME_OFFSET = 32;     // AppDosName::SIZE bytes, as in the entry
+constexpr qsizetype DISK_HEADER_SIZE = 4096;
+constexpr qsizetype DISK_ALIGNMENT = 4096; // images are padded with zeros to a multiple
+
+/// The little-endian T at byte `offset`. The caller has checked that it lies inside.
+template <typename T> T LeAt(const QByteArray &bytes, qint64 offset)
+{
+    Q_ASSERT(offset >= 0 && offset <= bytes.size() - static_cast<qint64>(sizeof(T)));
+    return qFromLittleEndian<T>(bytes.constData() + offset);
+}
+
+/// Writes `value` at `bytes` + `offset`, little-endian.
+template <typename T> void PutLe(char *bytes, qsizetype offset, T value)
+{
+    qToLittleEndian<T>(value, bytes + offset);
+}
+
+/// Up to `size` bytes at `offset`: what is there of them.
+QByteArray BytesAt(const QByteArray &bytes, qint64 offset, quint32 size)
+{
+    const qint64 there = std::max<qint64>(bytes.size() - offset, 0);
+    const qint64 taken = std::min<qint64>(size, there);
+    return QByteArray(bytes.constData() + (taken > 0 ? offset : 0), static_cast<int>(taken));
+}
+
+qsizetype PaddedSize(qsizetype size)
+{
+    return (size + DISK_ALIGNMENT - 1) / DISK_ALIGNMENT * DISK_ALIGNMENT;
+}
+
+void PutEntry(AppPackage::OBJECTINFO *object, quint8 type, const AppDosName &name)
+{
+    std::memset(object->entry, 0, sizeof(object->entry));
+    PutLe<quint8>(object->entry, ENTRY_TYPE_OFFSET, type);
+    PutLe<quint32>(object->entry, ENTRY_SIZE_OFFSET, static_cast<quint32>(object->block.size()));
+    std::memcpy(object->entry + ENTRY_NAME_OFFSET, name.Bytes(), AppDosName::SIZE);
+}
+
+/// How many of `disks` fit into a package beside its program, if it has one.
+int DisksThatFit(const AppPackage &package)
+{
+    const int room = AppPackage::OBJECTS_MAX - (package.Program().data.isEmpty() ? 0 : 1);
+    return std::min(package.NumDisks(), room);
+}
+
+/// The objects of one package while they are being read.
+struct OBJECTS {
+    bool hasProgram = false;
+    AppPackage::PROGRAM program;
+    std::vector<std::unique_ptr<AppPackage::DISK>> disks;
+};
+
+void ReadProgram(const QByteArray &in, const QByteArray &entry, qint64 dataOffset, OBJECTS *objects)
+{
+    objects->hasProgram = true;
+    objects->program.name = AppDosName::FromBytes(entry.constData() + ENTRY_NAME_OFFSET);
+    objects->program.data = BytesAt(in, dataOffset, LeAt<quint32>(entry, ENTRY_SIZE_OFFSET));
+    objects->program.replace = (LeAt<quint8>(entry, ENTRY_FLAGS_OFFSET) & FLAG_REPLACE) != 0;
+}
+
+/// Returns 0, or -1 if there is no whole disk header at `dataOffset`.
+int ReadDisk(const QByteArray &in, const QByteArray &entry, qint64 dataOffset, OBJECTS *objects)
+{
+    if (in.size() - dataOffset < DISK_HEADER_SIZE)
+        return -1;
+
+    auto disk = std::make_unique<AppPackage::DISK>();
+    disk->type =
+        static_cast<AppPackage::DISKTYPE>(LeAt<quint8>(in, dataOffset + DISK_HEADER_TYPE_OFFSET));
+    disk->name = AppDosName::FromBytes(entry.constData() + ENTRY_NAME_OFFSET);
+    disk->data = BytesAt(in, dataOffset + LeAt<quint32>(in, dataOffset + DISK_HEADER_SIZE_OFFSET),
+                         LeAt<quint32>(in, dataOffset + DISK_HEADER_DATA_SIZE_OFFSET));
+    disk->replace = (LeAt<quint8>(entry, ENTRY_FLAGS_OFFSET) & FLAG_REPLACE) != 0;
+    objects->disks.push_back(std::move(disk));
+    return 0;
+}
+
+/// Reads all objects of `in`, whose header is whole. Returns 0, or -1 if an entry or a disk header
+/// lies past the end.
+int ReadObjects(const QByteArray &in, OBJECTS *objects)
+{
+    const int count = LeAt<quint8>(in, PACKAGE_COUNT_OFFSET);
+    qint64 dataOffset = PACKAGE_HEADER_SIZE;
+    // A count above OBJECTS_MAX is not refused: the entries go on where the data begin.
+    for (int i = 0; i < count; ++i) {
+        const qint64 entryOffset = PACKAGE_ENTRIES_OFFSET + i * AppPackage::ENTRY_SIZE;
+        if (in.size() - entryOffset < AppPackage::ENTRY_SIZE)
+            return -1;
+        const QByteArray entry =
+            QByteArray::fromRawData(in.constData() + entryOffset, AppPackage::ENTRY_SIZE);
+
+        const quint8 type = LeAt<quint8>(entry, ENTRY_TYPE_OFFSET);
+        if (type == OBJECT_PROGRAM)
+            ReadProgram(in, entry, dataOffset, objects);
+        else if (type != OBJECT_DISK)
+            continue; // Without moving the data offset; devices in the field rely on it.
+        else if (ReadDisk(in, entry, dataOffset, objects) != 0)
+            return -1;
+        dataOffset += LeAt<quint32>(entry, ENTRY_SIZE_OFFSET);
+    }
+    return 0;
+}
+
+} // namespace
+
+AppPackage::~AppPackage()
+{
+    qDeleteAll(disks);
+}
+
+int AppPackage::NumDisks() const
+{
+    return static_cast<int>(disks.size());
+}
+
+const AppPackage::PROGRAM &AppPackage::Program() const
+{
+    return program;
+}
+
+const AppPackage::DISK *AppPackage::Disk(int index) const
+{
+    return disks.at(index);
+}
+
+int AppPackage::SetProgram(const AppDosName &name, const QByteArray &data)
+{
+    program.name = name;
+    program.data = data;
+    return 0;
+}
+
+int AppPackage::AddDisk(DISKTYPE type, const AppDosName &name, const QByteArray &data)
+{
+    disks.append(new DISK{type, name, data});
+    return NumDisks() - 1;
+}
+
+void AppPackage::Pack(const PROGRAM &object, QVector<OBJECTINFO> *objects) const
+{
+    OBJECTINFO packed;
+    packed.block = object.data;
+    PutEntry(&packed, OBJECT_PROGRAM, object.name);
+    objects->append(packed);
+}
+
+void AppPackage::Pack(const DISK &object, QVector<OBJECTINFO> *objects) const
+{
+    const qsizetype blockSize = DISK_HEADER_SIZE + PaddedSize(object.data.size());
+    OBJECTINFO packed;
+    packed.block.reserve(static_cast<int>(blockSize));
+    packed.block.fill('\0', DISK_HEADER_SIZE);
+
+    char *const header = packed.block.data();
+    PutLe<quint32>(header, DISK_HEADER_MAGIC_OFFSET, DISK_HEADER_MAGIC);
+    PutLe<quint32>(header, DISK_HEADER_SIZE_OFFSET, DISK_HEADER_SIZE);
+    PutLe<quint32>(header, DISK_HEADER_DATA_SIZE_OFFSET, static_cast<quint32>(object.data.size()));
+    PutLe<quint8>(header, DISK_HEADER_TYPE_OFFSET, static_cast<quint8>(object.type));
+    std::memcpy(header + DISK_HEADER_NAME_OFFSET, object.name.Bytes(), AppDosName::SIZE);
+
+    packed.block.append(object.data);
+    packed.block.append(static_cast<int>(blockSize - packed.block.size()), '\0');
+    PutEntry(&packed, OBJECT_DISK, object.name);
+    objects->append(packed);
+}
+
+qsizetype AppPackage::ExportSize() const
+{
+    qsizetype size = PACKAGE_HEADER_SIZE + program.data.size();
+    const int numDisks = DisksThatFit(*this);
+    for (int i = 0; i < numDisks; ++i)
+        size += DISK_HEADER_SIZE + PaddedSize(Disk(i)->data.size());
+    return size;
+}
+
+int AppPackage::Export(QByteArray *out) const
+{
+    const qsizetype headerOffset = out->size();
+    const qsizetype exportSize = ExportSize();
+    out->reserve(static_cast<int>(headerOffset + exportSize));
+    out->append(static_cast<int>(PACKAGE_HEADER_SIZE), '\0');
+
+    // One block at a time: only one is ever held beside the data and the result.
+    int count = 0;
+    const auto appendObject = [&](const auto &object) {
+        QVector<OBJECTINFO> packed;
+        Pack(object, &packed);
+        std::memcpy(out->data() + headerOffset + PACKAGE_ENTRIES_OFFSET + count * ENTRY_SIZE,
+                    packed.constFirst().entry, ENTRY_SIZE);
+        out->append(packed.constFirst().block);
+        ++count;
+    };
+    if (!program.data.isEmpty())
+        appendObject(program);
+    const int numDisks = DisksThatFit(*this);
+    for (int i = 0; i < numDisks; ++i)
+        appendObject(*Disk(i));
+
+    char *const header = out->data() + headerOffset;
+    PutLe<quint32>(header, PACKAGE_MAGIC_OFFSET, PACKAGE_MAGIC);
+    PutLe<quint16>(header, PACKAGE_VERSION_OFFSET, PACKAGE_VERSION);
+    PutLe<quint8>(header, PACKAGE_RESULT_OFFSET, static_cast<quint8>(result & 0xFF));
+    PutLe<quint8>(header, PACKAGE_COUNT_OFFSET, static_cast<quint8>(count));
+    PutLe<quint32>(header, PACKAGE_TOTAL_SIZE_OFFSET,
+                   static_cast<quint32>(exportSize - PACKAGE_HEADER_SIZE));
+    return 0;
+}
+
+int AppPackage::Import(const QByteArray &in)
+{
+    if (in.size() < PACKAGE_HEADER_SIZE)
+        return -1;
+    if (LeAt<quint32>(in, PACKAGE_MAGIC_OFFSET) != PACKAGE_MAGIC)
+        return -1;
+    if (LeAt<quint16>(in, PACKAGE_VERSION_OFFSET) != PACKAGE_VERSION) {
+        result = RESULT_BAD_VERSION;
+        return 0;
+    }
+
+    OBJECTS objects;
+    if (ReadObjects(in, &objects) != 0)
+        return -1;
+
+    result = LeAt<qint8>(in, PACKAGE_RESULT_OFFSET);
+    if (objects.hasProgram)
+        program = objects.program;
+    for (std::unique_ptr<DISK> &disk : objects.disks)
+        disks.append(disk.release());
+    return 0;
+}
