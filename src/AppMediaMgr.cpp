@@ -1,0 +1,167 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppMediaMgr.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QSaveFile>
+
+#include <limits>
+
+namespace
+{
+
+/// One size that makes a file a disk image.
+struct IMAGE_SIZE {
+    int size; // bytes
+    AppPackage::DISKTYPE type;
+};
+
+// D64 images of 40 tracks are left out on purpose.
+const IMAGE_SIZE IMAGE_SIZES[] = {
+    {174848, AppPackage::DISK_D64}, // 35 tracks
+    {175531, AppPackage::DISK_D64}, // 35 tracks and 683 error bytes
+    {349696, AppPackage::DISK_D71}, {819200, AppPackage::DISK_D81},
+    {533248, AppPackage::DISK_D80}, {1066496, AppPackage::DISK_D82},
+};
+
+constexpr int NO_DISK = -1;
+
+QLatin1String DiskExtension(int type)
+{
+    switch (type) {
+    case AppPackage::DISK_D64:
+        return QLatin1String(".d64");
+    case AppPackage::DISK_D71:
+        return QLatin1String(".d71");
+    case AppPackage::DISK_D81:
+        return QLatin1String(".d81");
+    case AppPackage::DISK_D80:
+        return QLatin1String(".d80");
+    case AppPackage::DISK_D82:
+        return QLatin1String(".d82");
+    default:
+        return QLatin1String(".dxx");
+    }
+}
+
+/// Calls `visit(name, info)` for each entry of the directory and below whose name fits.
+template <typename VISIT>
+void ForEachMatch(const QString &directory, const AppDosName &pattern, VISIT visit)
+{
+    // An empty path would be the program's working directory.
+    if (directory.isEmpty() || !QDir(directory).exists())
+        return;
+
+    QDirIterator entries(directory, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        entries.next();
+        const QFileInfo info = entries.fileInfo();
+        AppDosName name;
+        name.FromString(info.baseName(), true);
+        if (name.MatchesPattern(pattern))
+            visit(name, info);
+    }
+}
+
+/// Writes `data` to the file `fileName` of the directory itself and returns its absolute path, or
+/// an empty string.
+QString Write(const QString &directory, const QString &fileName, const QByteArray &data)
+{
+    if (directory.isEmpty())
+        return QString();
+    const QFileInfo info(QDir(directory), fileName);
+    // A "/" or the like in a name that came from the network would lead out of the directory.
+    if (info.fileName() != fileName || fileName.contains(QChar::Null))
+        return QString();
+    // Opening a FIFO or a device could block for ever.
+    if (info.exists() && !info.isFile())
+        return QString();
+
+    // What is replaced stays whole until the new file is: neither a full disk nor a crash in the
+    // middle loses it.
+    QSaveFile file(info.absoluteFilePath());
+    file.setDirectWriteFallback(true);
+    if (!file.open(QIODevice::WriteOnly))
+        return QString();
+    file.write(data);
+    file.commit(); // The result is deliberately not looked at.
+    return info.absoluteFilePath();
+}
+
+} // namespace
+
+const AppMediaMgr &AppMediaMgr::Instance()
+{
+    static const AppMediaMgr INSTANCE;
+    return INSTANCE;
+}
+
+int AppMediaMgr::IdentifyDiskBySize(int size) const
+{
+    for (const IMAGE_SIZE &image : IMAGE_SIZES) {
+        if (image.size == size)
+            return image.type;
+    }
+    return NO_DISK;
+}
+
+QList<AppMediaMgr::DISK> AppMediaMgr::SearchDisks(const QString &directory,
+                                                  const AppDosName &pattern) const
+{
+    QList<DISK> disks;
+    ForEachMatch(directory, pattern, [&](const AppDosName &name, const QFileInfo &info) {
+        const qint64 size = info.size();
+        // Before it is narrowed: 4 GiB and a D64 are no D64.
+        if (size > std::numeric_limits<int>::max())
+            return;
+        const int type = IdentifyDiskBySize(static_cast<int>(size));
+        if (type != NO_DISK)
+            disks.append({name, static_cast<AppPackage::DISKTYPE>(type), info});
+    });
+    return disks;
+}
+
+QList<AppMediaMgr::PROGRAM> AppMediaMgr::SearchPrograms(const QString &directory,
+                                                        const AppDosName &pattern) const
+{
+    QList<PROGRAM> programs;
+    ForEachMatch(directory, pattern, [&](const AppDosName &name, const QFileInfo &info) {
+        if (info.suffix().compare(QLatin1String("prg"), Qt::CaseInsensitive) == 0)
+            programs.append({name, info});
+    });
+    return programs;
+}
+
+bool AppMediaMgr::Read(const QFileInfo &info, QByteArray *data) const
+{
+    // Opening a FIFO or a device could block for ever.
+    if (!info.isFile())
+        return false;
+    QFile file(info.absoluteFilePath());
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    if (data != nullptr)
+        *data = file.readAll();
+    return true;
+}
+
+QString AppMediaMgr::AddUpdateDisk(const QString &directory, const AppDosName &name,
+                                   const QByteArray &data) const
+{
+    QString fileName;
+    name.ToString(&fileName, true);
+    fileName.append(DiskExtension(IdentifyDiskBySize(static_cast<int>(data.size()))));
+    return Write(directory, fileName, data);
+}
+
+QString AppMediaMgr::AddUpdateProgram(const QString &directory, const AppDosName &name,
+                                      const QByteArray &data) const
+{
+    QString fileName;
+    name.ToString(&fileName, true);
+    fileName.append(QLatin1String(".prg"));
+    return Write(directory, fileName, data);
+}
