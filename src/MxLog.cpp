@@ -1,0 +1,13 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "MxLog.h"
+
+MxLog::MxLog() = default;
+
+MxLog::~MxLog() = default;
+
+void MxLog::Log(LEVEL /*level*/, const char * /*file*/, int /*line*/, const wchar_t * /*format*/,
+                ...)
+{
+}
