@@ -1,0 +1,489 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppDiskHub.h"
+
+#include "AppCbmUtil.h"
+#include "AppDeviceTransaction.h"
+#include "AppDosName.h"
+#include "AppMainWindow.h"
+#include "AppMediaMgr.h"
+#include "AppPackage.h"
+#include "MxMd5.h"
+
+#include <QNetworkInterface>
+#include <QPlainTextEdit>
+#include <QSettings>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+// The settings store: the platform's own format, in the user's scope.
+const QLatin1String ORGANISATION("Tesseline LLC");
+const QLatin1String APPLICATION("Disk Hub");
+
+constexpr int DEFAULT_PORT = 80;
+constexpr int LISTEN_BACKLOG = 512; // connections that wait while one is being served
+
+// The type column of a listing, by AppPackage::DISKTYPE.
+const char *const DISK_TYPES[] = {"d64", "d71", "d81", "d80", "d82"};
+const char PROGRAM_TYPE[] = "prg";
+
+/// A place for argc that outlives the application object, which keeps a reference to it.
+int &KeepArgc(int argc)
+{
+    static int kept;
+    kept = argc;
+    return kept;
+}
+
+QString EmptyPasswordDigest()
+{
+    return MxMd5::HashDataToString("", 0);
+}
+
+AppDosName DosName(const char *ascii)
+{
+    AppDosName name;
+    name.FromString(ascii, true);
+    return name;
+}
+
+QByteArray ListingBegin(const char *title)
+{
+    return AppCbmUtil::ProgramBegin() +
+           AppCbmUtil::ProgramDirectoryHeader(AppCbmUtil::AsciiToPetscii(QByteArray(title)));
+}
+
+void AppendEntry(QByteArray *listing, const AppDosName &name, const char *type)
+{
+    char petscii[AppDosName::SIZE + 1];
+    name.ToString(petscii, false);
+    listing->append(AppCbmUtil::ProgramDirectoryEntry(
+        0, QByteArray(petscii), AppCbmUtil::AsciiToPetscii(QByteArray(type))));
+}
+
+/// The directories that a request works on.
+struct DIRECTORIES {
+    QString disks;
+    QString programs;
+};
+
+DIRECTORIES DirectoriesOf(const AppDiskHub &hub, const AppDiskHub::USER *user)
+{
+    if (user != nullptr && user->own_dir)
+        return {user->disk_dir, user->program_dir};
+    return {hub.mDiskPath, hub.mProgramPath};
+}
+
+void DownloadProgram(const QString &directory, const AppDosName &pattern, AppPackage *package)
+{
+    // The last match that can be opened is what the device gets; only that one is read.
+    const QList<AppMediaMgr::PROGRAM> programs =
+        AppMediaMgr::Instance().SearchPrograms(directory, pattern);
+    for (auto program = programs.crbegin(); program != programs.crend(); ++program) {
+        QByteArray data;
+        if (!AppMediaMgr::Instance().Read(program->info, &data))
+            continue;
+        package->SetProgram(program->name, data);
+        return;
+    }
+}
+
+void DownloadDisks(const QString &directory, const AppDosName &pattern, AppPackage *package)
+{
+    // The manifest takes one place in the package. It lists what does not fit, too; that is only
+    // opened, not read.
+    constexpr int DISKS_MAX = AppPackage::OBJECTS_MAX - 1;
+    QByteArray listing = ListingBegin("sent disk(s)");
+    const QList<AppMediaMgr::DISK> disks = AppMediaMgr::Instance().SearchDisks(directory, pattern);
+    for (const AppMediaMgr::DISK &disk : disks) {
+        QByteArray data;
+        const bool fits = package->NumDisks() < DISKS_MAX;
+        if (!AppMediaMgr::Instance().Read(disk.info, fits ? &data : nullptr))
+            continue;
+        if (fits)
+            package->AddDisk(disk.type, disk.name, data);
+        AppendEntry(&listing, disk.name, DISK_TYPES[disk.type]);
+    }
+    listing.append(AppCbmUtil::ProgramEnd());
+    package->SetProgram(DosName("manifest"), listing);
+}
+
+} // namespace
+
+/// What differs between a disk and a program that the device sent.
+struct AppDiskHub::UPLOAD_KIND {
+    const char *received;
+    const char *exists;
+    const char *replaceHint;
+    const char *writeError;
+    qint32 existsResult;
+    QString (AppMediaMgr::*write)(const QString &directory, const AppDosName &name,
+                                  const QByteArray &data) const;
+};
+
+const AppDiskHub::UPLOAD_KIND AppDiskHub::DISK_UPLOAD = {
+    QT_TR_NOOP("> Received disk \"%1\""),
+    QT_TR_NOOP("    ** Disk with that name already exists!"),
+    QT_TR_NOOP("    ** Specify \"@disk:\" to replace..."),
+    QT_TR_NOOP("    ** Unknown error writing disk!"),
+    AppPackage::RESULT_DISK_EXISTS,
+    &AppMediaMgr::AddUpdateDisk,
+};
+
+const AppDiskHub::UPLOAD_KIND AppDiskHub::PROGRAM_UPLOAD = {
+    QT_TR_NOOP("> Received program \"%1\""),
+    QT_TR_NOOP("    ** Program with that name already exists!"),
+    QT_TR_NOOP("    ** Specify \"@:\" to replace..."),
+    QT_TR_NOOP("    ** Unknown error writing program!"),
+    AppPackage::RESULT_PROGRAM_EXISTS,
+    &AppMediaMgr::AddUpdateProgram,
+};
+
+AppDiskHub *AppDiskHub::mInstance = nullptr;
+
+AppDiskHub::AppDiskHub(int argc, char **argv) : QApplication(KeepArgc(argc), argv)
+{
+    Q_ASSERT(mInstance == 0);
+    mInstance = this;
+
+    mMainWindow = new AppMainWindow;
+    mMainWindow->show();
+    ScanInterfaces();
+    LoadSettings();
+    SyncUi();
+    Log(tr("Disk Hub %1").arg(QStringLiteral(DISK_HUB_VERSION)));
+    Log(tr("Copyright (c) 2026 the Disk Hub developers"));
+    Log(QString());
+    StartServer(); // A failure has been logged; the user can choose otherwise and restart.
+}
+
+AppDiskHub::~AppDiskHub()
+{
+    StopServer();
+    SaveSettings();
+    delete mMainWindow;
+    Q_ASSERT(mInstance);
+    mInstance = nullptr;
+}
+
+AppDiskHub *AppDiskHub::Instance()
+{
+    return mInstance;
+}
+
+int AppDiskHub::StartServer()
+{
+    if (mActiveIfc < 0) {
+        Log(tr("Unable to start server - no valid interface selected."));
+        return -1;
+    }
+
+    mServer = new QTcpServer(this);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 3, 0)
+    mServer->setListenBacklogSize(LISTEN_BACKLOG);
+#endif
+    const QHostAddress address = mInterfaces.at(mActiveIfc).addr;
+    if (!mServer->listen(address, static_cast<quint16>(mPort))) {
+        Log(tr("Unable to start server on port %1!").arg(mPort));
+        Log(tr("Please verify the selected interface is active and the selected port is not in "
+               "use by another application."));
+        delete mServer;
+        mServer = nullptr;
+        return -1;
+    }
+    Log(tr("Server running on IP: %1 PORT: %2").arg(address.toString()).arg(mPort));
+    connect(mServer, &QTcpServer::newConnection, this, &AppDiskHub::HandleRequest);
+    return 0;
+}
+
+void AppDiskHub::StopServer()
+{
+    if (mServer == nullptr)
+        return;
+    mServer->disconnect();
+    delete mServer;
+    mServer = nullptr;
+}
+
+int AppDiskHub::RestartServer()
+{
+    StopServer();
+    return StartServer();
+}
+
+void AppDiskHub::ScanInterfaces()
+{
+    mInterfaces.clear();
+    int defaultIfc = -1;
+    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &networkInterface : interfaces) {
+        const QNetworkInterface::InterfaceFlags flags = networkInterface.flags();
+        const bool preferred = flags.testFlag(QNetworkInterface::IsUp) &&
+                               !flags.testFlag(QNetworkInterface::IsLoopBack);
+        const QList<QNetworkAddressEntry> entries = networkInterface.addressEntries();
+        for (const QNetworkAddressEntry &entry : entries) {
+            if (entry.ip().protocol() != QAbstractSocket::IPv4Protocol)
+                continue;
+            if (defaultIfc < 0 && preferred)
+                defaultIfc = static_cast<int>(mInterfaces.size());
+            mInterfaces.append({networkInterface.humanReadableName(), entry.ip()});
+        }
+    }
+    mActiveIfc = mInterfaces.isEmpty() ? -1 : std::max(defaultIfc, 0);
+}
+
+void AppDiskHub::Log(const QString &text)
+{
+    mMainWindow->Console()->appendPlainText(text);
+}
+
+void AppDiskHub::SyncUi()
+{
+    mMainWindow->SyncUi();
+}
+
+int AppDiskHub::NumUsers() const
+{
+    return static_cast<int>(mUsers.size());
+}
+
+AppDiskHub::USER *AppDiskHub::User(int index)
+{
+    return mUsers[static_cast<std::size_t>(index)].get();
+}
+
+const AppDiskHub::USER *AppDiskHub::User(int index) const
+{
+    return mUsers[static_cast<std::size_t>(index)].get();
+}
+
+AppDiskHub::USER *AppDiskHub::User(const QString &name)
+{
+    return const_cast<USER *>(std::as_const(*this).User(name));
+}
+
+const AppDiskHub::USER *AppDiskHub::User(const QString &name) const
+{
+    const auto found =
+        std::find_if(mUsers.begin(), mUsers.end(),
+                     [&](const std::unique_ptr<USER> &user) { return user->name == name; });
+    return found == mUsers.end() ? nullptr : found->get();
+}
+
+int AppDiskHub::AddUser(const QString &name)
+{
+    auto user = std::make_unique<USER>();
+    user->name = name;
+    user->md5 = EmptyPasswordDigest();
+    mUsers.push_back(std::move(user));
+    return NumUsers() - 1;
+}
+
+void AppDiskHub::RemUser(int index)
+{
+    if (index >= 0 && index < NumUsers())
+        mUsers.erase(mUsers.begin() + index);
+}
+
+void AppDiskHub::RemAllUsers()
+{
+    mUsers.clear();
+}
+
+void AppDiskHub::LoadSettings()
+{
+    const QSettings settings(ORGANISATION, APPLICATION);
+    mDiskPath = settings.value(QStringLiteral("media/disk_path")).toString();
+    mProgramPath = settings.value(QStringLiteral("media/program_path")).toString();
+    mValidate = settings.value(QStringLiteral("security/validate"), false).toBool();
+    mPort = settings.value(QStringLiteral("server/port"), DEFAULT_PORT).toInt();
+    const QString ifcName = settings.value(QStringLiteral("server/active_ifc_name")).toString();
+    const QString ifcAddr = settings.value(QStringLiteral("server/active_ifc_addr")).toString();
+    LoadUsers(settings);
+    RestoreInterface(ifcName, ifcAddr);
+}
+
+void AppDiskHub::LoadUsers(const QSettings &settings)
+{
+    RemAllUsers();
+    const int count =
+        settings.value(QStringLiteral("access/num_users"), QStringLiteral("0")).toInt();
+    for (int i = 0; i < count; ++i) {
+        const auto value = [&](const QString &key, const QVariant &absent) {
+            return settings.value(key.arg(i), absent);
+        };
+        USER *const user =
+            User(AddUser(value(tr("access/user_%1/name"), QStringLiteral("unknown")).toString()));
+        user->md5 = value(tr("access/user_%1/md5"), user->md5).toString();
+        user->ro = value(tr("access/user_%1/ro"), false).toBool();
+        user->own_dir = value(tr("access/user_%1/own_dir"), false).toBool();
+        user->disk_dir = value(tr("access/user_%1/disk_dir"), QString()).toString();
+        user->program_dir = value(tr("access/user_%1/program_dir"), QString()).toString();
+    }
+}
+
+void AppDiskHub::RestoreInterface(const QString &name, const QString &addr)
+{
+    if (name.isEmpty() || addr.isEmpty())
+        return;
+    // If none is the saved one, the last of the list is selected; so it is wanted.
+    for (int i = 0; i < mInterfaces.size(); ++i) {
+        mActiveIfc = i;
+        if (mInterfaces.at(i).name == name && mInterfaces.at(i).addr.toString() == addr)
+            return;
+    }
+}
+
+void AppDiskHub::SaveSettings() const
+{
+    QSettings settings(ORGANISATION, APPLICATION);
+    settings.setValue(QStringLiteral("media/disk_path"), mDiskPath);
+    settings.setValue(QStringLiteral("media/program_path"), mProgramPath);
+    settings.setValue(QStringLiteral("security/validate"), mValidate);
+    settings.setValue(QStringLiteral("server/port"), mPort);
+    if (mActiveIfc >= 0) {
+        const INTERFACE &active = mInterfaces.at(mActiveIfc);
+        settings.setValue(QStringLiteral("server/active_ifc_name"), active.name);
+        settings.setValue(QStringLiteral("server/active_ifc_addr"), active.addr.toString());
+    }
+    settings.setValue(QStringLiteral("access/num_users"), NumUsers());
+    for (int i = 0; i < NumUsers(); ++i) {
+        const USER &user = *User(i);
+        settings.setValue(tr("access/user_%1/name").arg(i), user.name);
+        settings.setValue(tr("access/user_%1/md5").arg(i), user.md5);
+        // An integer, unlike own_dir: existing stores hold it so.
+        settings.setValue(tr("access/user_%1/ro").arg(i), user.ro ? 1 : 0);
+        settings.setValue(tr("access/user_%1/own_dir").arg(i), user.own_dir);
+        settings.setValue(tr("access/user_%1/disk_dir").arg(i), user.disk_dir);
+        settings.setValue(tr("access/user_%1/program_dir").arg(i), user.program_dir);
+    }
+    settings.sync();
+}
+
+void AppDiskHub::HandleRequest()
+{
+    AppDeviceTransaction transaction(mServer->nextPendingConnection());
+    if (!transaction.mValid)
+        return;
+
+    AppPackage package;
+    const USER *user = nullptr;
+    if (mValidate)
+        user = Authenticate(transaction, &package);
+    if (package.result == AppPackage::RESULT_OK)
+        RunCommand(transaction, user, &package);
+    transaction.Reply(package);
+}
+
+const AppDiskHub::USER *AppDiskHub::Authenticate(const AppDeviceTransaction &transaction,
+                                                 AppPackage *package)
+{
+    // Why a login failed is told to the console only.
+    const USER *const user = User(transaction.mUsr);
+    if (user == nullptr) {
+        Log(tr("Authentication Failure: unknown user '%1'").arg(transaction.mUsr));
+        package->result = AppPackage::RESULT_AUTH_FAILURE;
+    } else if (user->md5 != transaction.mPwd) {
+        Log(tr("Authentication Failure: password mismatch for user '%1'").arg(transaction.mUsr));
+        package->result = AppPackage::RESULT_AUTH_FAILURE;
+    } else if (user->ro && transaction.mCmd == AppDeviceTransaction::COMMAND_UPLOAD) {
+        Log(tr("Authentication Failure: upload not accepted: user '%1' has read-only access")
+                .arg(transaction.mUsr));
+        package->result = AppPackage::RESULT_READ_ONLY;
+    }
+    return user;
+}
+
+void AppDiskHub::RunCommand(const AppDeviceTransaction &transaction, const USER *user,
+                            AppPackage *package)
+{
+    switch (transaction.mCmd) {
+    case AppDeviceTransaction::COMMAND_SEARCH:
+        Log(tr("SEARCH request from Skylet UUID: %1").arg(transaction.mUdid));
+        CommandSearch(transaction, user, package);
+        break;
+    case AppDeviceTransaction::COMMAND_DOWNLOAD:
+        Log(tr("DOWNLOAD request from Skylet UUID: %1").arg(transaction.mUdid));
+        CommandDownload(transaction, user, package);
+        break;
+    case AppDeviceTransaction::COMMAND_UPLOAD:
+        Log(tr("UPLOAD request from Skylet UUID: %1").arg(transaction.mUdid));
+        CommandUpload(transaction, user, package);
+        break;
+    default:
+        break;
+    }
+}
+
+void AppDiskHub::CommandSearch(const AppDeviceTransaction &transaction, const USER *user,
+                               AppPackage *package)
+{
+    const DIRECTORIES directories = DirectoriesOf(*this, user);
+    QByteArray listing = ListingBegin("search results");
+    const QList<AppMediaMgr::DISK> disks =
+        AppMediaMgr::Instance().SearchDisks(directories.disks, transaction.mPat);
+    for (const AppMediaMgr::DISK &disk : disks)
+        AppendEntry(&listing, disk.name, DISK_TYPES[disk.type]);
+    const QList<AppMediaMgr::PROGRAM> programs =
+        AppMediaMgr::Instance().SearchPrograms(directories.programs, transaction.mPat);
+    for (const AppMediaMgr::PROGRAM &program : programs)
+        AppendEntry(&listing, program.name, PROGRAM_TYPE);
+    listing.append(AppCbmUtil::ProgramEnd());
+    package->SetProgram(DosName("listing"), listing);
+}
+
+void AppDiskHub::CommandDownload(const AppDeviceTransaction &transaction, const USER *user,
+                                 AppPackage *package)
+{
+    const DIRECTORIES directories = DirectoriesOf(*this, user);
+    if (transaction.mReq == AppDeviceTransaction::REQUEST_PROGRAM)
+        DownloadProgram(directories.programs, transaction.mPat, package);
+    else if (transaction.mReq == AppDeviceTransaction::REQUEST_DISKS)
+        DownloadDisks(directories.disks, transaction.mPat, package);
+}
+
+void AppDiskHub::CommandUpload(const AppDeviceTransaction &transaction, const USER *user,
+                               AppPackage *package)
+{
+    if (transaction.mPackage == nullptr)
+        return;
+    const DIRECTORIES directories = DirectoriesOf(*this, user);
+    for (const AppPackage::DISK *disk : std::as_const(transaction.mPackage->disks))
+        Store(DISK_UPLOAD, directories.disks, disk->name, disk->data, disk->replace, package);
+    const AppPackage::PROGRAM &program = transaction.mPackage->Program();
+    if (!program.data.isEmpty())
+        Store(PROGRAM_UPLOAD, directories.programs, program.name, program.data, program.replace,
+              package);
+}
+
+void AppDiskHub::Store(const UPLOAD_KIND &kind, const QString &directory, const AppDosName &name,
+                       const QByteArray &data, bool replace, AppPackage *package)
+{
+    QString hostName;
+    name.ToString(&hostName, true);
+    Log(tr(kind.received).arg(hostName));
+
+    // Disk images are looked for in either case: the device counts on being able to save a program
+    // again without asking to replace it.
+    const AppMediaMgr &media = AppMediaMgr::Instance();
+    if (!replace && !media.SearchDisks(directory, name).isEmpty()) {
+        Log(tr(kind.exists));
+        Log(tr(kind.replaceHint));
+        package->result = kind.existsResult;
+        return;
+    }
+    const QString path = (media.*kind.write)(directory, name, data);
+    if (path.isEmpty()) {
+        Log(tr(kind.writeError));
+        package->result = AppPackage::RESULT_WRITE_ERROR;
+        return;
+    }
+    Log(tr("> Written as \"%1\".").arg(path));
+}

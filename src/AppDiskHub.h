@@ -1,0 +1,137 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QApplication>
+#include <QHostAddress>
+#include <QList>
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+class AppDeviceTransaction;
+class AppDosName;
+class AppMainWindow;
+class AppPackage;
+class QSettings;
+class QTcpServer;
+
+/// The hub: the application object, the server, its users and settings, and the device's commands.
+///
+/// There is one, reached through Instance(). Its members are public: the windows show and change
+/// them directly. All of it runs on the GUI thread.
+class AppDiskHub : public QApplication
+{
+    Q_OBJECT
+
+public:
+    /// One IPv4 address to listen on.
+    struct INTERFACE {
+        QString name; ///< of the network interface, as people read it
+        QHostAddress addr;
+    };
+
+    /// One user of the access restrictions.
+    struct USER {
+        QString name;
+        QString md5;     ///< the password's digest, compared as text with what the device sends
+        bool ro = false; ///< may not upload
+        bool own_dir = false; ///< works on the two directories below, not on the hub's
+        QString disk_dir;
+        QString program_dir;
+    };
+
+    /// Shows the main window, loads the settings and starts the server. A failed start is logged.
+    /// `argv` must outlive the object.
+    AppDiskHub(int argc, char **argv);
+
+    /// Stops the server and saves the settings: the only time that they are written.
+    ~AppDiskHub() override;
+
+    /// The one hub, or null before and after its life.
+    static AppDiskHub *Instance();
+
+    /// Listens on the active interface and port; the outcome is logged. A running server must have
+    /// been stopped. Returns 0, or -1 without a server.
+    int StartServer();
+
+    /// Closes the listening socket and its connections, if there are any.
+    void StopServer();
+
+    /// StopServer() and StartServer(); returns the latter's result.
+    int RestartServer();
+
+    /// Lists the IPv4 addresses of all interfaces and selects the first that is up and not
+    /// loopback, else the first, else none.
+    void ScanInterfaces();
+
+    /// Appends a line to the console.
+    void Log(const QString &text);
+
+    /// Makes the main window show the members.
+    void SyncUi();
+
+    int NumUsers() const;
+
+    /// The user at `index`, 0 to NumUsers() - 1, which is not checked. The pointer stays valid
+    /// until that user is removed, whatever happens to others.
+    USER *User(int index);
+    const USER *User(int index) const;
+
+    /// The first user of exactly that name, or null.
+    USER *User(const QString &name);
+    const USER *User(const QString &name) const;
+
+    /// Appends a user with an empty password, read-write; the name may be taken. Returns the index.
+    int AddUser(const QString &name);
+
+    /// Removes the user at `index`; does nothing if there is none.
+    void RemUser(int index);
+    void RemAllUsers();
+
+    void LoadSettings();
+    void SaveSettings() const;
+
+    /// Answers with a listing of the disks and programs that fit the pattern. `user` is null while
+    /// access is not restricted; the reply goes into `*package`. So for all three commands.
+    void CommandSearch(const AppDeviceTransaction &transaction, const USER *user,
+                       AppPackage *package);
+
+    /// Answers with the last program that fits the pattern, or with the disks and a manifest.
+    void CommandDownload(const AppDeviceTransaction &transaction, const USER *user,
+                         AppPackage *package);
+
+    /// Stores the uploaded disks and program. The result is that of the last failure.
+    void CommandUpload(const AppDeviceTransaction &transaction, const USER *user,
+                       AppPackage *package);
+
+    AppMainWindow *mMainWindow = nullptr; ///< owned
+    QList<INTERFACE> mInterfaces;
+    int mActiveIfc = -1;           ///< index into mInterfaces, -1 for none
+    bool mValidate = false;        ///< access is restricted to mUsers
+    QTcpServer *mServer = nullptr; ///< null while stopped; a child of this object
+    int mPort = 0;                 ///< as chosen; the server listens on it modulo 65536
+    QString mDiskPath;
+    QString mProgramPath;
+    std::vector<std::unique_ptr<USER>> mUsers; ///< on the heap each, so that pointers stay valid
+
+public slots:
+    /// Takes one connection from the server, reads its request and answers it.
+    void HandleRequest();
+
+private:
+    struct UPLOAD_KIND;
+    static const UPLOAD_KIND DISK_UPLOAD;
+    static const UPLOAD_KIND PROGRAM_UPLOAD;
+
+    void LoadUsers(const QSettings &settings);
+    void RestoreInterface(const QString &name, const QString &addr);
+    const USER *Authenticate(const AppDeviceTransaction &transaction, AppPackage *package);
+    void RunCommand(const AppDeviceTransaction &transaction, const USER *user, AppPackage *package);
+    void Store(const UPLOAD_KIND &kind, const QString &directory, const AppDosName &name,
+               const QByteArray &data, bool replace, AppPackage *package);
+
+    static AppDiskHub *mInstance;
+};

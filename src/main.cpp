@@ -1,0 +1,12 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppDiskHub.h"
+
+int main(int argc, char **argv)
+{
+    // Where there is no such style the toolkit keeps its own.
+    QApplication::setStyle(QStringLiteral("macintosh"));
+    AppDiskHub hub(argc, argv);
+    return AppDiskHub::exec();
+}
