@@ -1,0 +1,48 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "AppDiskHub.h"
+#include "ui_AppAccessRestrictionsDialog.h"
+
+#include <QDialog>
+#include <QList>
+
+/// Edits the users of the access restrictions.
+///
+/// Every edit goes straight into the hub's list and holds for the next request. OK keeps the list
+/// as it is then; Cancel, Escape and closing put back the list as it was when the dialog was made.
+class AppAccessRestrictionsDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit AppAccessRestrictionsDialog(QWidget *parent = nullptr,
+                                         Qt::WindowFlags flags = Qt::WindowFlags());
+
+    /// Does nothing: the controls follow the selection.
+    void SyncUi();
+
+public slots:
+    void reject() override;
+    void UserListSelectionChanged();
+    void AddUserClicked();
+    void RemoveUserClicked();
+    void Md5PasswordChanged(QString pVal);
+    void PermissionsChanged(int pIndex);
+    void Md5BrowseClicked();
+    void OwnDirsClicked();
+    void DiskDirectoryBrowseClicked();
+    void ProgramDirectoryBrowseClicked();
+
+private:
+    void ConnectControls();
+    void EnableDirectories(bool enabled);
+
+    /// The user of the current row, or null.
+    AppDiskHub::USER *CurrentUser();
+
+    Ui_AppAccessRestrictionsDialog mUi;
+    QList<AppDiskHub::USER> mUsers; ///< as they were when the dialog was made
+};

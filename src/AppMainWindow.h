@@ -1,0 +1,45 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "ui_AppMainWindow.h"
+
+#include <QMainWindow>
+
+/// The main window: directories, interface, port, access restrictions and the console.
+///
+/// It keeps no settings of its own: each control writes to the members of AppDiskHub, and SyncUi()
+/// fills the controls from them.
+class AppMainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit AppMainWindow(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
+
+    /// Fills every control from the members of AppDiskHub.
+    void SyncUi();
+
+    /// Lets the user choose a directory, and shows it in `field` and stores it in `*path`; if the
+    /// user cancels, neither.
+    static void ChooseDirectory(QWidget *parent, const QString &caption, QLineEdit *field,
+                                QString *path);
+
+    /// The area that AppDiskHub::Log() writes to.
+    QPlainTextEdit *Console() const;
+
+public slots:
+    void InterfaceChanged(int pIndex);
+    void AccessRestrictionsChanged(int pState);
+    void ConfigureAccessRestrictions(bool pChecked);
+    void RestartServer();
+    void PortChanged();
+    void ChooseDiskDirectory();
+    void ChooseProgramDirectory();
+
+private:
+    void FillInterfaces();
+
+    Ui_AppMainWindow mUi;
+};

@@ -1,0 +1,17 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppNewUserDialog.h"
+
+AppNewUserDialog::AppNewUserDialog(QWidget *parent, Qt::WindowFlags flags, const QString &name)
+    : QDialog(parent, flags), mName(name)
+{
+    mUi.setupUi(this);
+    connect(mUi.username, &QLineEdit::textChanged, this, &AppNewUserDialog::TextChanged);
+    mUi.username->setText(name);
+}
+
+void AppNewUserDialog::TextChanged(const QString &text)
+{
+    mName = text;
+}
