@@ -39,6 +39,7 @@ public:
         qputenv("XDG_CONFIG_DIRS", QFile::encodeName(mHome.filePath(QStringLiteral("system"))));
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(mHome.path()));
         Write(Loopback());
     }
 
@@ -250,6 +251,26 @@ inline QByteArray MultipartRequest(const QList<HubField> &fields, const QByteArr
     return HttpPost("multipart/form-data; boundary=" + delimiter.mid(2), body);
 }
 
+/// Keeps from the output what the platform without a screen says of each window: that it has no use
+/// for size hints.
+class SizeHintsFilter
+{
+public:
+    SizeHintsFilter() { mNext = qInstallMessageHandler(Pass); }
+    ~SizeHintsFilter() { qInstallMessageHandler(mNext); }
+    SizeHintsFilter(const SizeHintsFilter &) = delete;
+    SizeHintsFilter &operator=(const SizeHintsFilter &) = delete;
+
+private:
+    static void Pass(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (message != QLatin1String("This plugin does not support propagateSizeHints()"))
+            mNext(type, context, message);
+    }
+
+    inline static QtMessageHandler mNext = nullptr;
+};
+
 /// A running hub, and the device that talks to it.
 class HubFixture
 {
@@ -332,6 +353,7 @@ private:
         return reply;
     }
 
+    const SizeHintsFilter mFilter;
     // The application object keeps the pointer, not a copy.
     char mName[9] = "disk-hub";
     char *mArgv[2] = {mName, nullptr};
