@@ -131,7 +131,7 @@ void AppAccessRestrictionsDialog::RemoveUserClicked()
     UserListSelectionChanged();
 }
 
-void AppAccessRestrictionsDialog::Md5PasswordChanged(QString pVal)
+void AppAccessRestrictionsDialog::Md5PasswordChanged(const QString &pVal)
 {
     if (AppDiskHub::USER *const user = CurrentUser())
         user->md5 = pVal.toLower();

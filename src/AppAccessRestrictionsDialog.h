@@ -29,7 +29,7 @@ public slots:
     void UserListSelectionChanged();
     void AddUserClicked();
     void RemoveUserClicked();
-    void Md5PasswordChanged(QString pVal);
+    void Md5PasswordChanged(const QString &pVal);
     void PermissionsChanged(int pIndex);
     void Md5BrowseClicked();
     void OwnDirsClicked();

@@ -234,7 +234,7 @@ QString AppDeviceTransaction::ReadContentLine()
     HoldContent();
     const int end = mContentHasLines ? static_cast<int>(mContent.indexOf('\r')) : -1;
     mContentHasLines = end >= 0;
-    const QString line = TextOf(QByteArray::fromRawData(mContent.constData(), std::max(end, 0)));
+    QString line = TextOf(QByteArray::fromRawData(mContent.constData(), std::max(end, 0)));
     ConsumeContent(end + 2);
     return line;
 }

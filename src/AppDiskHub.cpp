@@ -150,7 +150,7 @@ AppDiskHub *AppDiskHub::mInstance = nullptr;
 
 AppDiskHub::AppDiskHub(int argc, char **argv) : QApplication(KeepArgc(argc), argv)
 {
-    Q_ASSERT(mInstance == 0);
+    Q_ASSERT(mInstance == 0); // NOLINT(modernize-use-nullptr): the text is part of the report
     mInstance = this;
 
     mMainWindow = new AppMainWindow;

@@ -196,18 +196,19 @@ void AppPackage::Pack(const DISK &object, QVector<OBJECTINFO> *objects) const
 {
     const qsizetype blockSize = DISK_HEADER_SIZE + PaddedSize(object.data.size());
     OBJECTINFO packed;
-    packed.block.reserve(static_cast<int>(blockSize));
-    packed.block.fill('\0', DISK_HEADER_SIZE);
+    packed.block = QByteArray(static_cast<int>(blockSize), Qt::Uninitialized);
 
     char *const header = packed.block.data();
+    std::memset(header, 0, DISK_HEADER_SIZE);
     PutLe<quint32>(header, DISK_HEADER_MAGIC_OFFSET, DISK_HEADER_MAGIC);
     PutLe<quint32>(header, DISK_HEADER_SIZE_OFFSET, DISK_HEADER_SIZE);
     PutLe<quint32>(header, DISK_HEADER_DATA_SIZE_OFFSET, static_cast<quint32>(object.data.size()));
     PutLe<quint8>(header, DISK_HEADER_TYPE_OFFSET, static_cast<quint8>(object.type));
     std::memcpy(header + DISK_HEADER_NAME_OFFSET, object.name.Bytes(), AppDosName::SIZE);
 
-    packed.block.append(object.data);
-    packed.block.append(static_cast<int>(blockSize - packed.block.size()), '\0');
+    char *const imageEnd =
+        std::copy(object.data.cbegin(), object.data.cend(), header + DISK_HEADER_SIZE);
+    std::fill(imageEnd, header + blockSize, '\0');
     PutEntry(&packed, OBJECT_DISK, object.name);
     objects->append(packed);
 }

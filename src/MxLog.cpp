@@ -3,10 +3,6 @@
 
 #include "MxLog.h"
 
-MxLog::MxLog() = default;
-
-MxLog::~MxLog() = default;
-
 void MxLog::Log(LEVEL /*level*/, const char * /*file*/, int /*line*/, const wchar_t * /*format*/,
                 ...)
 {

@@ -13,8 +13,8 @@ public:
         LEVEL_TRACE = 1,
     };
 
-    MxLog();
-    ~MxLog();
+    MxLog() = default;
+    ~MxLog() = default;
 
     /// Returns at once. `format` and what follows are as for wprintf().
     void Log(LEVEL level, const char *file, int line, const wchar_t *format, ...);

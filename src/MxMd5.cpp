@@ -7,7 +7,6 @@
 #include <QtEndian>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace
@@ -176,12 +175,6 @@ QString MxMd5::HashDataToString(const void *data, unsigned short length)
 {
     unsigned char digest[sizeof(MD5_CTX::digest)];
     HashData(data, length, digest);
-
-    QString text;
-    for (const unsigned char byte : digest) {
-        char digits[3];
-        std::snprintf(digits, sizeof(digits), "%02x", byte);
-        text.append(QLatin1String(digits));
-    }
-    return text;
+    const QByteArray bytes(reinterpret_cast<const char *>(digest), sizeof(digest));
+    return QString::fromLatin1(bytes.toHex());
 }
