@@ -7,6 +7,8 @@ int main(int argc, char **argv)
 {
     // Where there is no such style the toolkit keeps its own.
     QApplication::setStyle(QStringLiteral("macintosh"));
+    // Desktops find name and icon of the window by this.
+    QApplication::setDesktopFileName(QStringLiteral("com.tesseline.DiskHub"));
     AppDiskHub hub(argc, argv);
     return AppDiskHub::exec();
 }
