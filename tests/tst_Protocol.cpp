@@ -1,0 +1,648 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppCbmUtil.h"
+#include "AppDeviceTransaction.h"
+#include "AppDosName.h"
+#include "AppMediaMgr.h"
+#include "AppPackage.h"
+#include "HubFixture.h"
+#include "SegmentSocket.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QRegularExpression>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+// docs/protocol.md promises that its examples and tables are checked. Here they are: each one is
+// marked by a comment in front of it, such as "<!-- example: listing -->".
+
+namespace
+{
+
+/// A line of a table: the texts of its cells. Of a cell that starts with code only the code.
+using ROW = QStringList;
+
+/// What follows a mark in the document.
+struct MARKED {
+    QString kind; ///< "example", "table", "screen" or "layout"
+    QString name;
+    QStringList lines; ///< of the fence or table, without the fence's own lines
+    QString language;  ///< of the fence
+};
+
+QList<MARKED> ReadDocument()
+{
+    QFile file(QStringLiteral(DISK_HUB_SOURCE_DIR "/docs/protocol.md"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    const QRegularExpression mark(
+        QStringLiteral("^<!-- (example|table|screen|layout): (\\S+) -->$"));
+
+    QList<MARKED> all;
+    for (int i = 0; i < lines.size(); ++i) {
+        const QRegularExpressionMatch match = mark.match(lines.at(i));
+        if (!match.hasMatch())
+            continue;
+        MARKED marked{match.captured(1), match.captured(2), {}, {}};
+        const QString fence = QStringLiteral("```");
+        const bool fenced = lines.value(++i).startsWith(fence);
+        if (fenced)
+            marked.language = lines.at(i++).mid(fence.size());
+        const auto goesOn = [&](const QString &line) {
+            return fenced ? line != fence : line.startsWith(QLatin1Char('|'));
+        };
+        for (; i < lines.size() && goesOn(lines.at(i)); ++i)
+            marked.lines.append(lines.at(i));
+        all.append(marked);
+    }
+    return all;
+}
+
+MARKED Marked(const char *kind, const char *name)
+{
+    const QList<MARKED> all = ReadDocument();
+    for (const MARKED &marked : all) {
+        if (marked.kind == QLatin1String(kind) && marked.name == QLatin1String(name))
+            return marked;
+    }
+    return {};
+}
+
+QByteArray TextBytes(const QStringList &lines)
+{
+    QByteArray bytes = lines.join(QString()).toLatin1();
+    bytes.replace("\\r", "\r").replace("\\n", "\n");
+    return bytes;
+}
+
+/// Null unless the offsets rise and the fence ends with "end".
+QByteArray HexBytes(const QStringList &lines)
+{
+    QByteArray bytes;
+    for (const QString &line : lines) {
+        const QString code = line.section(QLatin1Char(';'), 0, 0);
+        const int offset = code.section(QLatin1Char(' '), 0, 0).toInt(nullptr, 16);
+        const QString shown = code.section(QLatin1Char(' '), 1).trimmed();
+        if (offset < bytes.size())
+            return QByteArray();
+        bytes.append(QByteArray(offset - int(bytes.size()), '\0'));
+        if (shown == QLatin1String("end"))
+            return bytes;
+        bytes.append(QByteArray::fromHex(shown.toLatin1()));
+    }
+    return QByteArray();
+}
+
+/// The bytes of an example, null if there is no such.
+QByteArray Example(const char *name)
+{
+    const MARKED marked = Marked("example", name);
+    return marked.language == QLatin1String("hex") ? HexBytes(marked.lines)
+                                                   : TextBytes(marked.lines);
+}
+
+QString CellText(const QString &cell)
+{
+    const QString text = cell.trimmed();
+    const QLatin1Char tick('`');
+    return text.startsWith(tick) ? text.section(tick, 1, 1) : text;
+}
+
+/// The rows of a table below its head.
+QList<ROW> Rows(const MARKED &table)
+{
+    QList<ROW> rows;
+    for (const QString &line : table.lines.mid(2)) {
+        ROW row;
+        const QStringList cells = line.split(QLatin1Char('|'));
+        for (const QString &cell : cells.mid(1, cells.size() - 2))
+            row.append(CellText(cell));
+        rows.append(row);
+    }
+    return rows;
+}
+
+QList<ROW> Table(const char *name)
+{
+    return Rows(Marked("table", name));
+}
+
+/// One test row for each row of a table, named after its first cells. The columns are texts.
+void AddRows(const char *table, const QList<const char *> &columns)
+{
+    for (const char *column : columns)
+        QTest::addColumn<QString>(column);
+    const QList<ROW> rows = Table(table);
+    for (int i = 0; i < rows.size(); ++i) {
+        const QString name = QStringLiteral("%1-%2").arg(i + 1).arg(rows.at(i).constFirst());
+        QTestData &data =
+            QTest::newRow(qPrintable(QString(name).replace(QLatin1Char(' '), QLatin1Char('-'))));
+        for (int column = 0; column < columns.size(); ++column)
+            data << rows.at(i).value(column);
+    }
+}
+
+QByteArray UploadRequest()
+{
+    return Example("upload-head") + Example("upload-package") + Example("upload-tail");
+}
+
+/// The reply header of the document, with the length of `body`, and the body.
+QByteArray ReplyWith(const QByteArray &body)
+{
+    return Example("reply-header").replace("496", QByteArray::number(body.size())) + body;
+}
+
+/// A request taken from a connection in memory.
+struct RECEIVED {
+    explicit RECEIVED(const QList<QByteArray> &segments)
+        : socket(new SegmentSocket(segments)), transaction(new AppDeviceTransaction(socket.get()))
+    {
+    }
+
+    std::unique_ptr<SegmentSocket> socket; // outlives the transaction
+    std::unique_ptr<AppDeviceTransaction> transaction;
+};
+
+QString HostText(const AppDosName &name)
+{
+    QString text;
+    name.ToString(&text, true);
+    return text;
+}
+
+AppDosName NameOf(const QString &text)
+{
+    AppDosName name;
+    name.FromString(text, true);
+    return name;
+}
+
+QMap<QString, QString> PropertiesOf(const AppDeviceTransaction &transaction)
+{
+    return {{QStringLiteral("usr"), transaction.mUsr},
+            {QStringLiteral("pwd"), transaction.mPwd},
+            {QStringLiteral("dev"), QString::number(transaction.mDev)},
+            {QStringLiteral("udid"), transaction.mUdid},
+            {QStringLiteral("pat"), HostText(transaction.mPat)},
+            {QStringLiteral("cmd"), QString::number(transaction.mCmd)},
+            {QStringLiteral("req"), QString::number(transaction.mReq)},
+            {QStringLiteral("mem"), QString::number(transaction.mMem)}};
+}
+
+QMap<QString, QString> PropertiesOf(const QByteArray &contentType, const QByteArray &body)
+{
+    return PropertiesOf(*RECEIVED({HttpPost(contentType, body)}).transaction);
+}
+
+QMap<QString, QString> PropertiesOfForm(const QByteArray &body)
+{
+    return PropertiesOf("application/x-www-form-urlencoded", body);
+}
+
+bool WriteFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+constexpr int D64_SIZE = 174848;
+
+/// The image of the document's DOWNLOAD.
+QByteArray ExampleImage()
+{
+    return QByteArray::fromHex("11") + QByteArray(D64_SIZE - 2, '\0') + QByteArray::fromHex("EE");
+}
+
+} // namespace
+
+class tst_Protocol : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit tst_Protocol(HubFixture *hub) : mHub(*hub) {}
+
+private slots:
+    void init();
+
+    void everyMarkOfTheDocumentIsChecked();
+    void layoutsHaveNoGaps();
+
+    void searchRequestIsUnderstoodHoweverItIsCut();
+    void uploadRequestIsUnderstoodHoweverItIsCut();
+    void headerLinesCountAsListed_data();
+    void headerLinesCountAsListed();
+    void propertiesAreThoseListed();
+    void valuesBecomeWhatIsListed_data();
+    void valuesBecomeWhatIsListed();
+    void lettersAreTranslatedAsListed();
+    void patternsFitAsListed_data();
+    void patternsFitAsListed();
+
+    void replyHasTheHeaderShown();
+    void resultCodesAreThoseListed();
+    void imagesAreThoseListed_data();
+    void imagesAreThoseListed();
+    void packagesAreExportedAsShown_data();
+    void packagesAreExportedAsShown();
+    void packageWithADiskIsImportedAsDescribed();
+    void listingIsBuiltAsShown();
+    void listingLooksAsShown();
+
+    void hubAnswersTheSearchAsShown();
+    void hubRefusesTheSearchAsShown();
+    void hubAnswersTheDownloadAsShown();
+    void hubStoresTheUploadAsShown();
+
+private:
+    /// The hub on two new directories, without restrictions.
+    HubFixture &mHub;
+    std::unique_ptr<QTemporaryDir> mShelf;
+};
+
+void tst_Protocol::init()
+{
+    mShelf = std::make_unique<QTemporaryDir>();
+    QVERIFY(mShelf->isValid());
+    QDir(mShelf->path()).mkdir(QStringLiteral("disks"));
+    QDir(mShelf->path()).mkdir(QStringLiteral("programs"));
+    mHub->mDiskPath = mShelf->filePath(QStringLiteral("disks"));
+    mHub->mProgramPath = mShelf->filePath(QStringLiteral("programs"));
+    mHub->mValidate = false;
+    mHub->RemAllUsers();
+}
+
+void tst_Protocol::everyMarkOfTheDocumentIsChecked()
+{
+    QStringList marks;
+    const QList<MARKED> all = ReadDocument();
+    for (const MARKED &marked : all) {
+        const int headLines = marked.kind == QLatin1String("table") ? 2 : 0;
+        QVERIFY2(marked.lines.size() > headLines, qPrintable(marked.name));
+        marks.append(marked.kind + QLatin1Char(' ') + marked.name);
+    }
+    const QStringList checked{QStringLiteral("example search-request"),
+                              QStringLiteral("table header-lines"),
+                              QStringLiteral("table properties"),
+                              QStringLiteral("example upload-head"),
+                              QStringLiteral("example upload-package"),
+                              QStringLiteral("example upload-tail"),
+                              QStringLiteral("table values"),
+                              QStringLiteral("table petscii"),
+                              QStringLiteral("table patterns"),
+                              QStringLiteral("example reply-header"),
+                              QStringLiteral("layout 496"),
+                              QStringLiteral("layout 24"),
+                              QStringLiteral("layout 4096"),
+                              QStringLiteral("table images"),
+                              QStringLiteral("table results"),
+                              QStringLiteral("example empty-package"),
+                              QStringLiteral("example refused-package"),
+                              QStringLiteral("example download-package"),
+                              QStringLiteral("screen listing"),
+                              QStringLiteral("example listing"),
+                              QStringLiteral("example search-reply")};
+    QCOMPARE(marks, checked);
+}
+
+void tst_Protocol::layoutsHaveNoGaps()
+{
+    for (const char *size : {"496", "24", "4096"}) {
+        int offset = 0;
+        const QList<ROW> rows = Rows(Marked("layout", size));
+        for (const ROW &row : rows) {
+            QCOMPARE(row.value(0).toInt(), offset);
+            offset += row.value(1).toInt();
+        }
+        QCOMPARE(offset, QByteArray(size).toInt());
+    }
+}
+
+void tst_Protocol::searchRequestIsUnderstoodHoweverItIsCut()
+{
+    const QMap<QString, QString> expected{
+        {QStringLiteral("usr"), QStringLiteral("anna")},
+        {QStringLiteral("pwd"), QStringLiteral("5f4dcc3b5aa765d61d8327deb882cf99")},
+        {QStringLiteral("dev"), QStringLiteral("8")},
+        {QStringLiteral("udid"), QStringLiteral("00-1A-2B-3C")},
+        {QStringLiteral("pat"), QStringLiteral("g*")},
+        {QStringLiteral("cmd"), QStringLiteral("1")},
+        {QStringLiteral("req"), QStringLiteral("0")},
+        {QStringLiteral("mem"), QStringLiteral("38911")}};
+    const QByteArray request = Example("search-request");
+    QVERIFY(!request.isEmpty());
+    for (int cut = 1; cut < request.size(); ++cut) {
+        const RECEIVED received({request.left(cut), request.mid(cut)});
+        QVERIFY2(received.transaction->mValid, qPrintable(QString::number(cut)));
+        QCOMPARE(PropertiesOf(*received.transaction), expected);
+    }
+}
+
+void tst_Protocol::uploadRequestIsUnderstoodHoweverItIsCut()
+{
+    const QByteArray request = UploadRequest();
+    QVERIFY(!request.isEmpty());
+    for (int cut = 1; cut < request.size(); ++cut) {
+        const RECEIVED received({request.left(cut), request.mid(cut)});
+        const AppDeviceTransaction &transaction = *received.transaction;
+        QVERIFY2(transaction.mValid, qPrintable(QString::number(cut)));
+        QCOMPARE(transaction.mCmd, int(AppDeviceTransaction::COMMAND_UPLOAD));
+        QCOMPARE(transaction.mUdid, QStringLiteral("00-1A-2B-3C"));
+        QVERIFY(transaction.mPackage != nullptr);
+        QCOMPARE(transaction.mPackage->NumDisks(), 0);
+        const AppPackage::PROGRAM &program = transaction.mPackage->Program();
+        QCOMPARE(HostText(program.name), QStringLiteral("hello"));
+        QCOMPARE(program.data, QByteArray::fromHex("01080B080A009922484922000000"));
+        QCOMPARE(program.replace, false);
+    }
+}
+
+void tst_Protocol::headerLinesCountAsListed_data()
+{
+    AddRows("header-lines", {"line", "length", "boundary"});
+}
+
+void tst_Protocol::headerLinesCountAsListed()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, length);
+    QFETCH(QString, boundary);
+
+    const RECEIVED received({"POST / HTTP/1.1\r\n" + line.toLatin1() + "\r\n"});
+    const int expected = length == QLatin1String("none") ? -1 : length.toInt();
+    QCOMPARE(received.transaction->mContentRemaining, expected);
+    QCOMPARE(received.transaction->mBoundary, boundary);
+}
+
+void tst_Protocol::propertiesAreThoseListed()
+{
+    QMap<QString, QString> initial;
+    const QList<ROW> rows = Table("properties");
+    for (const ROW &row : rows) {
+        const bool isEmpty = row.value(2) == QLatin1String("empty");
+        initial.insert(row.value(0), isEmpty ? QString() : row.value(2));
+    }
+    QCOMPARE(PropertiesOfForm("unknown=7"), initial);
+
+    for (const ROW &row : rows) {
+        QMap<QString, QString> expected = initial;
+        expected.insert(row.value(0), QStringLiteral("7"));
+        QCOMPARE(PropertiesOfForm(row.value(0).toLatin1() + "=7"), expected);
+
+        const bool isNumber = row.value(1) == QLatin1String("number");
+        expected.insert(row.value(0), isNumber ? QStringLiteral("0") : QStringLiteral("x"));
+        QCOMPARE(PropertiesOfForm(row.value(0).toLatin1() + "=x"), expected);
+    }
+}
+
+void tst_Protocol::valuesBecomeWhatIsListed_data()
+{
+    AddRows("values", {"sent", "urlEncoded", "multipart"});
+}
+
+void tst_Protocol::valuesBecomeWhatIsListed()
+{
+    QFETCH(QString, sent);
+    QFETCH(QString, urlEncoded);
+    QFETCH(QString, multipart);
+
+    const QString key = QStringLiteral("usr");
+    const auto shown = [](QString text) {
+        return text.replace(QLatin1Char(' '), QLatin1Char('_'));
+    };
+    QCOMPARE(shown(PropertiesOfForm("usr=" + sent.toLatin1()).value(key)), urlEncoded);
+
+    const RECEIVED received({MultipartRequest({{"usr", sent.toLatin1()}}, QByteArray())});
+    QCOMPARE(shown(received.transaction->mUsr), multipart);
+}
+
+void tst_Protocol::lettersAreTranslatedAsListed()
+{
+    QMap<int, int> petscii;
+    const QList<ROW> rows = Table("petscii");
+    for (const ROW &row : rows) {
+        const QStringList from = row.value(0).split(QLatin1Char(' '));
+        const QStringList to = row.value(1).split(QLatin1Char(' '));
+        const int first = from.value(0).toInt(nullptr, 16);
+        const int last = from.value(2).toInt(nullptr, 16);
+        const int target = to.value(0).toInt(nullptr, 16);
+        QCOMPARE(to.value(2).toInt(nullptr, 16) - target, last - first);
+        for (int c = first; c <= last; ++c)
+            petscii.insert(c, target + c - first);
+    }
+    QCOMPARE(petscii.size(), 52);
+
+    for (int c = 0; c < 0x100; ++c) {
+        const int there = AppCbmUtil::AsciiToPetscii(static_cast<unsigned char>(c));
+        QCOMPARE(there, petscii.value(c, c));
+        if (petscii.contains(c))
+            QCOMPARE(int(AppCbmUtil::PetsciiToAscii(static_cast<unsigned char>(there))), c);
+    }
+    QCOMPARE(int(AppCbmUtil::PetsciiToAscii(AppDosName::PADDING)), 0x20);
+}
+
+void tst_Protocol::patternsFitAsListed_data()
+{
+    AddRows("patterns", {"pattern", "name", "fits"});
+}
+
+void tst_Protocol::patternsFitAsListed()
+{
+    QFETCH(QString, pattern);
+    QFETCH(QString, name);
+    QFETCH(QString, fits);
+
+    const bool matches = NameOf(name).MatchesPattern(NameOf(pattern));
+    QCOMPARE(matches ? QStringLiteral("yes") : QStringLiteral("no"), fits);
+}
+
+void tst_Protocol::replyHasTheHeaderShown()
+{
+    const RECEIVED received({Example("search-request")});
+    QVERIFY(received.transaction->mValid);
+    received.transaction->Reply(AppPackage());
+    QCOMPARE(received.socket->Writes().size(), 1);
+    QCOMPARE(received.socket->Writes().constFirst(),
+             Example("reply-header") + Example("empty-package"));
+}
+
+void tst_Protocol::resultCodesAreThoseListed()
+{
+    QList<int> codes;
+    const QList<ROW> rows = Table("results");
+    for (const ROW &row : rows) {
+        AppPackage package;
+        package.result = row.value(0).toInt();
+        QByteArray bytes;
+        package.Export(&bytes);
+        QCOMPARE(QString::fromLatin1(bytes.mid(6, 1).toHex().toUpper()), row.value(1));
+        codes.append(package.result);
+    }
+    const QList<int> known{AppPackage::RESULT_OK,          AppPackage::RESULT_WRITE_ERROR,
+                           AppPackage::RESULT_BAD_VERSION, AppPackage::RESULT_READ_ONLY,
+                           AppPackage::RESULT_DISK_EXISTS, AppPackage::RESULT_PROGRAM_EXISTS,
+                           AppPackage::RESULT_AUTH_FAILURE};
+    QCOMPARE(codes, known);
+}
+
+void tst_Protocol::imagesAreThoseListed_data()
+{
+    AddRows("images", {"image", "type", "size", "block"});
+}
+
+void tst_Protocol::imagesAreThoseListed()
+{
+    QFETCH(QString, image);
+    QFETCH(QString, type);
+    QFETCH(QString, size);
+    QFETCH(QString, block);
+
+    QCOMPARE(AppMediaMgr::Instance().IdentifyDiskBySize(size.toInt()), type.toInt());
+
+    const QByteArray data(size.toInt(), 'x');
+    AppPackage package;
+    package.AddDisk(static_cast<AppPackage::DISKTYPE>(type.toInt()), AppDosName(), data);
+    QVector<AppPackage::OBJECTINFO> packed;
+    package.Pack(*package.Disk(0), &packed);
+    QCOMPARE(int(packed.constFirst().block.size()), block.toInt());
+
+    const QString path =
+        AppMediaMgr::Instance().AddUpdateDisk(mHub->mDiskPath, NameOf(QStringLiteral("x")), data);
+    QCOMPARE(QFileInfo(path).suffix(), image.left(3).toLower());
+}
+
+void tst_Protocol::packagesAreExportedAsShown_data()
+{
+    QTest::addColumn<QByteArray>("example");
+    QTest::addColumn<int>("result");
+    QTest::addColumn<QByteArray>("program");
+    QTest::addColumn<QByteArray>("image");
+
+    QTest::newRow("empty") << QByteArray("empty-package") << 0 << QByteArray() << QByteArray();
+    QTest::newRow("refused") << QByteArray("refused-package") << -89 << QByteArray()
+                             << QByteArray();
+    const QByteArray manifest =
+        AppCbmUtil::ProgramBegin() + AppCbmUtil::ProgramDirectoryHeader("SENT DISK(S)") +
+        AppCbmUtil::ProgramDirectoryEntry(0, "GAMES", "D64") + AppCbmUtil::ProgramEnd();
+    QTest::newRow("with-a-disk") << QByteArray("download-package") << 0 << manifest
+                                 << ExampleImage();
+}
+
+void tst_Protocol::packagesAreExportedAsShown()
+{
+    QFETCH(QByteArray, example);
+    QFETCH(int, result);
+    QFETCH(QByteArray, program);
+    QFETCH(QByteArray, image);
+
+    AppPackage package;
+    package.result = result;
+    package.SetProgram(NameOf(QStringLiteral("manifest")), program);
+    if (!image.isEmpty())
+        package.AddDisk(AppPackage::DISK_D64, NameOf(QStringLiteral("games")), image);
+    QByteArray bytes;
+    package.Export(&bytes);
+    QVERIFY(!bytes.isEmpty());
+    QVERIFY2(bytes == Example(example.constData()), example.constData());
+}
+
+void tst_Protocol::packageWithADiskIsImportedAsDescribed()
+{
+    AppPackage package;
+    QCOMPARE(package.Import(Example("download-package")), 0);
+    QCOMPARE(HostText(package.Program().name), QStringLiteral("manifest"));
+    QCOMPARE(package.Program().data.size(), 64);
+    QCOMPARE(package.NumDisks(), 1);
+    QCOMPARE(HostText(package.Disk(0)->name), QStringLiteral("games"));
+    QCOMPARE(package.Disk(0)->type, AppPackage::DISK_D64);
+    QVERIFY(package.Disk(0)->data == ExampleImage());
+}
+
+void tst_Protocol::listingIsBuiltAsShown()
+{
+    const QByteArray listing =
+        AppCbmUtil::ProgramBegin() + AppCbmUtil::ProgramDirectoryHeader("SEARCH RESULTS") +
+        AppCbmUtil::ProgramDirectoryEntry(0, "GAMES", "D64") +
+        AppCbmUtil::ProgramDirectoryEntry(0, "GHOST", "PRG") + AppCbmUtil::ProgramEnd();
+    QCOMPARE(listing.toHex(' '), Example("listing").toHex(' '));
+}
+
+void tst_Protocol::listingLooksAsShown()
+{
+    // As LIST does it: the number, a blank, the line. Each line ends at its 00, the program at a
+    // link of 00 00.
+    const QByteArray listing = Example("listing");
+    QStringList screen;
+    int line = 2;
+    while (line >= 2 && line + 4 < listing.size() && listing.mid(line, 2) != QByteArray(2, '\0')) {
+        const int number = qFromLittleEndian<quint16>(listing.constData() + line + 2);
+        const int end = int(listing.indexOf('\0', line + 4));
+        const QByteArray text = listing.mid(line + 4, end - line - 4).replace('\x12', "");
+        screen.append(QString::fromLatin1(QByteArray::number(number) + ' ' + text).trimmed());
+        line = end + 1;
+    }
+    QCOMPARE(screen, Marked("screen", "listing").lines);
+}
+
+void tst_Protocol::hubAnswersTheSearchAsShown()
+{
+    QVERIFY(WriteFile(mHub->mDiskPath + QStringLiteral("/games.d64"), ExampleImage()));
+    QVERIFY(WriteFile(mHub->mProgramPath + QStringLiteral("/ghost.prg"), "any"));
+
+    const HubReply reply = mHub.Send(Example("search-request"));
+    const QByteArray expected = ReplyWith(Example("search-reply") + Example("listing"));
+    QCOMPARE(reply.raw.toHex(' '), expected.toHex(' '));
+}
+
+void tst_Protocol::hubRefusesTheSearchAsShown()
+{
+    mHub->mValidate = true;
+    QCOMPARE(mHub.Send(Example("search-request")).raw, ReplyWith(Example("refused-package")));
+
+    // "password" is the password of the document's user.
+    AppDiskHub::USER *const user = mHub->User(mHub->AddUser(QStringLiteral("anna")));
+    user->md5 = QStringLiteral("5f4dcc3b5aa765d61d8327deb882cf99");
+    QCOMPARE(mHub.Send(Example("search-request")).Package().result, 0);
+}
+
+void tst_Protocol::hubAnswersTheDownloadAsShown()
+{
+    QVERIFY(WriteFile(mHub->mDiskPath + QStringLiteral("/games.d64"), ExampleImage()));
+
+    const HubReply reply = mHub.Send(FormRequest({{"cmd", "2"}, {"req", "1"}, {"pat", "games"}}));
+    QVERIFY(!reply.raw.isEmpty());
+    QVERIFY(reply.raw == ReplyWith(Example("download-package")));
+}
+
+void tst_Protocol::hubStoresTheUploadAsShown()
+{
+    const HubReply reply = mHub.Send(UploadRequest());
+    QCOMPARE(reply.raw, Example("reply-header") + Example("empty-package"));
+    QCOMPARE(ReadFile(mHub->mProgramPath + QStringLiteral("/hello.prg")),
+             Example("upload-package").mid(0x1F0));
+}
+
+int main(int argc, char **argv)
+{
+    const HubSettings settings;
+    HubFixture hub;
+    tst_Protocol test(&hub);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_Protocol.moc"
