@@ -242,7 +242,9 @@ private slots:
 
     void everyMarkOfTheDocumentIsChecked();
     void layoutsHaveNoGaps();
+    void magicsAreThoseOfTheExamples();
 
+    void requestsAreWellFormed();
     void searchRequestIsUnderstoodHoweverItIsCut();
     void uploadRequestIsUnderstoodHoweverItIsCut();
     void headerLinesCountAsListed_data();
@@ -258,12 +260,14 @@ private slots:
     void resultCodesAreThoseListed();
     void imagesAreThoseListed_data();
     void imagesAreThoseListed();
+    void noImagesButThoseListed();
     void packagesAreExportedAsShown_data();
     void packagesAreExportedAsShown();
     void packageWithADiskIsImportedAsDescribed();
     void listingIsBuiltAsShown();
     void listingLooksAsShown();
 
+    void hubNamesTheCommandsAsListed();
     void hubAnswersTheSearchAsShown();
     void hubRefusesTheSearchAsShown();
     void hubAnswersTheDownloadAsShown();
@@ -330,6 +334,33 @@ void tst_Protocol::layoutsHaveNoGaps()
             offset += row.value(1).toInt();
         }
         QCOMPARE(offset, QByteArray(size).toInt());
+    }
+}
+
+void tst_Protocol::magicsAreThoseOfTheExamples()
+{
+    // The disk header of the example with a disk follows its manifest of 64 bytes.
+    const QMap<QByteArray, int> offsets{{"496", 0}, {"4096", 496 + 64}};
+    const QRegularExpression magic(QStringLiteral("magic: ([0-9A-F ]+) \\(0x([0-9A-F]{8})\\)"));
+    for (auto it = offsets.begin(); it != offsets.end(); ++it) {
+        const QByteArray bytes = Example("download-package").mid(it.value(), 4);
+        const ROW row = Rows(Marked("layout", it.key().constData())).value(0);
+        const QRegularExpressionMatch match = magic.match(row.value(2));
+        QCOMPARE(match.captured(1).toLatin1(), bytes.toHex(' ').toUpper());
+        QCOMPARE(match.captured(2).toUInt(nullptr, 16),
+                 qFromLittleEndian<quint32>(bytes.constData()));
+    }
+}
+
+void tst_Protocol::requestsAreWellFormed()
+{
+    const QRegularExpression header(
+        QStringLiteral("^POST / HTTP/1\\.1\r\nHost: [0-9.]+\r\nContent-Type: [^\r\n]+\r\n"
+                       "Content-Length: ([0-9]+)\r\n\r\n"));
+    for (const QByteArray &request : {Example("search-request"), UploadRequest()}) {
+        const QRegularExpressionMatch match = header.match(QString::fromLatin1(request));
+        QVERIFY(match.hasMatch());
+        QCOMPARE(match.captured(1).toInt(), int(request.size()) - match.capturedLength());
     }
 }
 
@@ -526,33 +557,51 @@ void tst_Protocol::imagesAreThoseListed()
     QCOMPARE(QFileInfo(path).suffix(), image.left(3).toLower());
 }
 
+void tst_Protocol::noImagesButThoseListed()
+{
+    QList<int> listed;
+    const QList<ROW> rows = Table("images");
+    for (const ROW &row : rows)
+        listed.append(row.value(2).toInt());
+    constexpr int LARGER_THAN_ANY = 2000000;
+    for (int size = 0; size < LARGER_THAN_ANY; ++size) {
+        const bool known = AppMediaMgr::Instance().IdentifyDiskBySize(size) >= 0;
+        if (known != listed.contains(size))
+            QFAIL(qPrintable(QStringLiteral("%1 bytes").arg(size)));
+    }
+}
+
 void tst_Protocol::packagesAreExportedAsShown_data()
 {
     QTest::addColumn<QByteArray>("example");
     QTest::addColumn<int>("result");
+    QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("program");
     QTest::addColumn<QByteArray>("image");
 
-    QTest::newRow("empty") << QByteArray("empty-package") << 0 << QByteArray() << QByteArray();
-    QTest::newRow("refused") << QByteArray("refused-package") << -89 << QByteArray()
-                             << QByteArray();
+    const QByteArray none;
+    QTest::newRow("empty") << QByteArray("empty-package") << 0 << QString() << none << none;
+    QTest::newRow("refused") << QByteArray("refused-package") << -89 << QString() << none << none;
+    QTest::newRow("with-a-program") << QByteArray("upload-package") << 0 << QStringLiteral("hello")
+                                    << QByteArray::fromHex("01080B080A009922484922000000") << none;
     const QByteArray manifest =
         AppCbmUtil::ProgramBegin() + AppCbmUtil::ProgramDirectoryHeader("SENT DISK(S)") +
         AppCbmUtil::ProgramDirectoryEntry(0, "GAMES", "D64") + AppCbmUtil::ProgramEnd();
-    QTest::newRow("with-a-disk") << QByteArray("download-package") << 0 << manifest
-                                 << ExampleImage();
+    QTest::newRow("with-a-disk") << QByteArray("download-package") << 0
+                                 << QStringLiteral("manifest") << manifest << ExampleImage();
 }
 
 void tst_Protocol::packagesAreExportedAsShown()
 {
     QFETCH(QByteArray, example);
     QFETCH(int, result);
+    QFETCH(QString, name);
     QFETCH(QByteArray, program);
     QFETCH(QByteArray, image);
 
     AppPackage package;
     package.result = result;
-    package.SetProgram(NameOf(QStringLiteral("manifest")), program);
+    package.SetProgram(NameOf(name), program);
     if (!image.isEmpty())
         package.AddDisk(AppPackage::DISK_D64, NameOf(QStringLiteral("games")), image);
     QByteArray bytes;
@@ -597,6 +646,37 @@ void tst_Protocol::listingLooksAsShown()
         line = end + 1;
     }
     QCOMPARE(screen, Marked("screen", "listing").lines);
+}
+
+void tst_Protocol::hubNamesTheCommandsAsListed()
+{
+    QVERIFY(WriteFile(mHub->mProgramPath + QStringLiteral("/ghost.prg"), "any"));
+    QMap<QString, QString> uses;
+    const QList<ROW> rows = Table("properties");
+    for (const ROW &row : rows)
+        uses.insert(row.value(0), row.value(3));
+
+    const QStringList names{QStringLiteral("SEARCH"), QStringLiteral("DOWNLOAD"),
+                            QStringLiteral("UPLOAD")};
+    for (const QString &name : names) {
+        const QRegularExpression code(QLatin1String("([0-9]+) ") + name);
+        const QString cmd = code.match(uses.value(QStringLiteral("cmd"))).captured(1);
+        HubFixture::ClearLog();
+        mHub.Send(FormRequest({{"cmd", cmd.toLatin1()}, {"udid", "x"}}));
+        QCOMPARE(HubFixture::Log(),
+                 QStringList(name + QLatin1String(" request from Skylet UUID: x")));
+    }
+
+    const QMap<QString, QByteArray> answers{{QStringLiteral("a program"), PetsciiName("ghost")},
+                                            {QStringLiteral("disks"), PetsciiName("manifest")}};
+    for (auto it = answers.begin(); it != answers.end(); ++it) {
+        const QRegularExpression code(QLatin1String("([0-9]+) ") + it.key());
+        const QString req = code.match(uses.value(QStringLiteral("req"))).captured(1);
+        const HubReply reply =
+            mHub.Send(FormRequest({{"cmd", "2"}, {"req", req.toLatin1()}, {"pat", "*"}}));
+        QCOMPARE(reply.Package().objects.size(), 1);
+        QCOMPARE(reply.Package().objects.constFirst().name, it.value());
+    }
 }
 
 void tst_Protocol::hubAnswersTheSearchAsShown()
