@@ -253,6 +253,7 @@ private slots:
     void valuesBecomeWhatIsListed_data();
     void valuesBecomeWhatIsListed();
     void lettersAreTranslatedAsListed();
+    void charactersBeyondAsciiBecomeWhatIsDescribed();
     void patternsFitAsListed_data();
     void patternsFitAsListed();
 
@@ -485,6 +486,17 @@ void tst_Protocol::lettersAreTranslatedAsListed()
             QCOMPARE(int(AppCbmUtil::PetsciiToAscii(static_cast<unsigned char>(there))), c);
     }
     QCOMPARE(int(AppCbmUtil::PetsciiToAscii(AppDosName::PADDING)), 0x20);
+}
+
+void tst_Protocol::charactersBeyondAsciiBecomeWhatIsDescribed()
+{
+    const auto firstByte = [](ushort c) {
+        return QByteArray(NameOf(QString(QChar(c))).Bytes(), 1).toHex();
+    };
+    QCOMPARE(firstByte(0xC4), QByteArray("c4"));
+    QCOMPARE(firstByte('D'), QByteArray("c4"));
+    QCOMPARE(NameOf(QStringLiteral("a\u00A0b")).Length(), 1u);
+    QCOMPARE(firstByte(0x100), QByteArray("00"));
 }
 
 void tst_Protocol::patternsFitAsListed_data()
