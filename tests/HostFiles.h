@@ -1,0 +1,136 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+// Host files and directories as tests make them and look at them.
+
+#include <QByteArray>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QString>
+#include <QStringList>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+/// Writes a file, and the directories that lead to it.
+inline bool WriteFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+           file.write(data) == data.size() && file.flush();
+}
+
+/// Makes a file of `size` bytes that takes no space, and the directories that lead to it.
+inline bool WriteSparseFile(const QString &path, qint64 size)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+           file.resize(size);
+}
+
+/// The bytes of a regular file; null if it cannot be read.
+inline QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    const QByteArray data = file.readAll();
+    return data.isNull() ? QByteArray("") : data;
+}
+
+inline bool MakeFifo(const QString &path)
+{
+    return mkfifo(QFile::encodeName(path).constData(), 0666) == 0;
+}
+
+/// Makes a symbolic link that holds `target` as it is, whether that exists or not.
+inline bool MakeLink(const QString &target, const QString &path)
+{
+    return symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0;
+}
+
+/// All that lies below `directory`, one sorted line each: path, kind and contents.
+inline QStringList Snapshot(const QString &directory)
+{
+    constexpr qint64 HASHED_SIZE_MAX = 16 << 20;
+
+    QStringList lines;
+    QDirIterator it(directory,
+                    QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        const QFileInfo info = it.fileInfo();
+        QString line = QDir(directory).relativeFilePath(info.filePath());
+        if (info.isSymLink()) {
+            line += QStringLiteral(" -> ") + QFile::symLinkTarget(info.filePath());
+        } else if (info.isDir()) {
+            line += QLatin1Char('/');
+        } else if (!info.isFile()) {
+            line += QStringLiteral(" special");
+        } else {
+            line += QStringLiteral(" %1").arg(info.size());
+            if (info.size() <= HASHED_SIZE_MAX)
+                line += QLatin1Char(' ') +
+                        QString::fromLatin1(QCryptographicHash::hash(ReadFile(info.filePath()),
+                                                                     QCryptographicHash::Sha1)
+                                                .toHex());
+        }
+        lines.append(line);
+    }
+    lines.sort();
+    return lines;
+}
+
+/// Paths of what Qt's directory iterator delivers below `directory` if asked for no more than its
+/// subdirectories, in its order.
+inline QStringList IteratorOrder(const QString &directory)
+{
+    QStringList paths;
+    QDirIterator it(directory, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        paths.append(QFileInfo(it.next()).absoluteFilePath());
+    return paths;
+}
+
+/// While it lives the working directory is another.
+class WorkingDirectory
+{
+public:
+    explicit WorkingDirectory(const QString &path) { QDir::setCurrent(path); }
+    ~WorkingDirectory() { QDir::setCurrent(mBefore); }
+    WorkingDirectory(const WorkingDirectory &) = delete;
+    WorkingDirectory &operator=(const WorkingDirectory &) = delete;
+
+private:
+    const QString mBefore = QDir::currentPath();
+};
+
+/// While it lives, file permissions hold for this process even if it runs as root: then it becomes
+/// an ordinary user, who needs access to the directories above what the test looks at.
+class OrdinaryUser
+{
+public:
+    OrdinaryUser()
+    {
+        if (mIsRoot && setresuid(NOBODY, NOBODY, 0) != 0)
+            qFatal("cannot become an ordinary user");
+    }
+    ~OrdinaryUser()
+    {
+        if (mIsRoot && setresuid(0, 0, 0) != 0)
+            qFatal("cannot become root again");
+    }
+    OrdinaryUser(const OrdinaryUser &) = delete;
+    OrdinaryUser &operator=(const OrdinaryUser &) = delete;
+
+private:
+    static constexpr uid_t NOBODY = 65534;
+    const bool mIsRoot = getuid() == 0;
+};
