@@ -66,6 +66,31 @@ void ForEachMatch(const QString &directory, const AppDosName &pattern, VISIT vis
     }
 }
 
+/// Writes a file that is not there yet. Returns whether it could be opened; whether all of `data`
+/// could be written does not count, but half a file is not left to be served.
+bool Create(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return false;
+    if (file.write(data) != data.size())
+        file.remove();
+    return true;
+}
+
+/// Writes over a file, which stays whole until the new one is: neither a full disk nor a crash in
+/// the middle loses it. Returns the same as Create().
+bool Replace(const QString &path, const QByteArray &data)
+{
+    QSaveFile file(path);
+    file.setDirectWriteFallback(true);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.write(data);
+    file.commit(); // The result is deliberately not looked at.
+    return true;
+}
+
 /// Writes `data` to the file `fileName` of the directory itself and returns its absolute path, or
 /// an empty string.
 QString Write(const QString &directory, const QString &fileName, const QByteArray &data)
@@ -80,15 +105,9 @@ QString Write(const QString &directory, const QString &fileName, const QByteArra
     if (info.exists() && !info.isFile())
         return QString();
 
-    // What is replaced stays whole until the new file is: neither a full disk nor a crash in the
-    // middle loses it.
-    QSaveFile file(info.absoluteFilePath());
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly))
-        return QString();
-    file.write(data);
-    file.commit(); // The result is deliberately not looked at.
-    return info.absoluteFilePath();
+    const QString path = info.absoluteFilePath();
+    const bool opened = info.exists() ? Replace(path, data) : Create(path, data);
+    return opened ? path : QString();
 }
 
 } // namespace
