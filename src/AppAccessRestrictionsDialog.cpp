@@ -7,6 +7,7 @@
 #include "AppMainWindow.h"
 #include "AppNewUserDialog.h"
 
+#include <QLabel>
 #include <QMessageBox>
 
 #include <utility>
@@ -116,9 +117,12 @@ void AppAccessRestrictionsDialog::RemoveUserClicked()
     if (user == nullptr)
         return;
     QMessageBox box;
-    box.setTextFormat(Qt::PlainText);
     box.setText(tr("Remove User"));
     box.setInformativeText(tr("Are you sure you want to remove the user '%1'?").arg(user->name));
+    // The box's own text format is not the informative text's: a name would be taken for markup.
+    const QList<QLabel *> labels = box.findChildren<QLabel *>();
+    for (QLabel *label : labels)
+        label->setTextFormat(Qt::PlainText);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::No);
     if (box.exec() != QMessageBox::Yes)

@@ -37,6 +37,11 @@ AppMainWindow::AppMainWindow(QWidget *parent, Qt::WindowFlags flags) : QMainWind
             &AppMainWindow::ChooseProgramDirectory);
 }
 
+AppMainWindow::~AppMainWindow()
+{
+    mUi.serverPort->disconnect(this);
+}
+
 void AppMainWindow::SyncUi()
 {
     const AppDiskHub &hub = *AppDiskHub::Instance();

@@ -18,6 +18,9 @@ class AppMainWindow : public QMainWindow
 public:
     explicit AppMainWindow(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
 
+    /// The port field ends its editing when it goes; that is for nobody any more.
+    ~AppMainWindow() override;
+
     /// Fills every control from the members of AppDiskHub.
     void SyncUi();
 

@@ -9,6 +9,7 @@ AppNewUserDialog::AppNewUserDialog(QWidget *parent, Qt::WindowFlags flags, const
     mUi.setupUi(this);
     connect(mUi.username, &QLineEdit::textChanged, this, &AppNewUserDialog::TextChanged);
     mUi.username->setText(name);
+    mUi.username->selectAll(); // typing replaces the proposal
 }
 
 void AppNewUserDialog::TextChanged(const QString &text)
