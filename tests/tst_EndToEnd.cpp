@@ -1,227 +1,18 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
-#include "HostFiles.h"
-#include "HubFixture.h"
+#include "HubProcess.h"
+#include "HubProgram.h"
 
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
-#include <QTimer>
-
-#include <sys/socket.h>
-
-// The program's own entry, for the one thing that the program itself cannot be told from outside:
-// to end in good order.
-#define main RunProgram
-#include "main.cpp"
-#undef main
 
 namespace
 {
 
-constexpr char UNTIL_QUIT[] = "--until-quit"; ///< makes a child run the program, and end it at once
-constexpr int EXIT_CODE = 7;                  ///< that it ends with
-constexpr int TIMEOUT_MS = 60000;
-
-constexpr int D64_SIZE = 174848;
-constexpr int D82_SIZE = 1066496;
-constexpr int DISKS_IN_A_PACKAGE = 19; ///< beside the manifest
-
 constexpr char MD5_OF_A[] = "0cc175b9c0f1b6a831c399e269772661";   // RFC 1321, section A.5: "a"
 constexpr char MD5_OF_ABC[] = "900150983cd24fb0d6963f7d28e17f72"; // RFC 1321, section A.5: "abc"
-
-bool quitAtOnce = false;
-
-void QuitAtOnce()
-{
-    if (quitAtOnce)
-        QTimer::singleShot(0, [] { QCoreApplication::exit(EXIT_CODE); });
-}
-Q_COREAPP_STARTUP_FUNCTION(QuitAtOnce)
-
-/// The program, listening on a free port of 127.0.0.1 with settings of its own, until it is killed.
-class HubProcess
-{
-public:
-    HubProcess() = default;
-    ~HubProcess() { Kill(); }
-    HubProcess(const HubProcess &) = delete;
-    HubProcess &operator=(const HubProcess &) = delete;
-
-    /// Starts the program and waits until it listens. `settings` are sections besides "[server]".
-    bool Start(const QByteArray &settings, const QStringList &arguments = QStringList())
-    {
-        return WriteSettings(settings) && Run(QStringLiteral(DISK_HUB_BINARY), arguments) &&
-               QTest::qWaitFor([this] { return !IsRunning() || Accepts(); }, TIMEOUT_MS) &&
-               IsRunning();
-    }
-
-    /// Runs the program in a child of this test until it has ended in good order. Returns its exit
-    /// code, or -1 if it crashed.
-    int RunUntilQuit(const QByteArray &settings)
-    {
-        if (!WriteSettings(settings) ||
-            !Run(QCoreApplication::applicationFilePath(), {QLatin1String(UNTIL_QUIT)}) ||
-            !mProcess.waitForFinished(TIMEOUT_MS) || mProcess.exitStatus() != QProcess::NormalExit)
-            return -1;
-        return mProcess.exitCode();
-    }
-
-    void Kill()
-    {
-        mProcess.kill();
-        mProcess.waitForFinished(TIMEOUT_MS);
-    }
-
-    bool IsRunning() const { return mProcess.state() == QProcess::Running; }
-    quint16 Port() const { return mPort; }
-    QString Url() const { return QStringLiteral("http://127.0.0.1:%1/").arg(mPort); }
-    QByteArray Settings() const { return ReadFile(SettingsPath()); }
-
-    void Connect(QTcpSocket *device) const
-    {
-        device->connectToHost(QHostAddress(QHostAddress::LocalHost), mPort);
-    }
-
-    /// Sends a request and waits until the connection is closed.
-    HubReply Ask(const QByteArray &request) const
-    {
-        QTcpSocket device;
-        Connect(&device);
-        device.write(request);
-        if (!device.waitForConnected(TIMEOUT_MS))
-            return HubReply();
-        if (device.state() != QAbstractSocket::UnconnectedState)
-            device.waitForDisconnected(TIMEOUT_MS);
-        return {device.readAll()};
-    }
-
-private:
-    QString SettingsPath() const
-    {
-        return mHome.filePath(QStringLiteral("Tesseline LLC/Disk Hub.conf"));
-    }
-
-    bool WriteSettings(const QByteArray &settings)
-    {
-        QTcpServer server;
-        if (!server.listen(QHostAddress(QHostAddress::LocalHost)))
-            return false;
-        mPort = server.serverPort();
-        const QByteArray port = "port=" + QByteArray::number(mPort);
-        return WriteFile(SettingsPath(),
-                         HubSettings::Loopback().replace("port=0", port) + settings);
-    }
-
-    bool Run(const QString &binary, const QStringList &arguments)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), mHome.path());
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), mHome.path());
-        mProcess.setProcessEnvironment(environment);
-        mProcess.setStandardErrorFile(QProcess::nullDevice());
-        mProcess.start(binary, arguments);
-        return mProcess.waitForStarted(TIMEOUT_MS);
-    }
-
-    bool Accepts() const
-    {
-        QTcpSocket device;
-        Connect(&device);
-        const bool accepted = device.waitForConnected(TIMEOUT_MS);
-        device.abort();
-        return accepted;
-    }
-
-    const QTemporaryDir mHome;
-    quint16 mPort = 0;
-    QProcess mProcess;
-};
-
-/// The directories of disks and programs, and their section of the settings.
-struct Media {
-    QTemporaryDir disks;
-    QTemporaryDir programs;
-
-    QByteArray Section() const
-    {
-        return "[media]\ndisk_path=" + disks.path().toUtf8() +
-               "\nprogram_path=" + programs.path().toUtf8() + '\n';
-    }
-
-    QString Disk(const char *name) const { return disks.filePath(QLatin1String(name)); }
-    QString Program(const char *name) const { return programs.filePath(QLatin1String(name)); }
-};
-
-/// Bytes in which no two blocks are alike.
-QByteArray Image(int size, unsigned int seed)
-{
-    QByteArray image(size, '\0');
-    for (char &byte : image) {
-        seed = seed * 1103515245 + 12345;
-        byte = char(seed >> 16);
-    }
-    return image;
-}
-
-QByteArray SearchRequest(const QByteArray &pattern)
-{
-    return FormRequest({{"cmd", "1"}, {"pat", pattern}});
-}
-
-QByteArray DownloadRequest(const char *req, const QByteArray &pattern)
-{
-    return FormRequest({{"cmd", "2"}, {"req", req}, {"pat", pattern}});
-}
-
-WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace)
-{
-    WireObject disk;
-    disk.type = WireObject::DISK;
-    disk.name = PetsciiName(name);
-    disk.data = data;
-    disk.diskType = diskType;
-    disk.replace = replace;
-    return disk;
-}
-
-WireObject ProgramObject(const char *name, const QByteArray &data)
-{
-    WireObject program;
-    program.name = PetsciiName(name);
-    program.data = data;
-    return program;
-}
-
-QByteArray UploadRequest(const WireObject &object)
-{
-    WirePackage package;
-    package.objects.append(object);
-    return MultipartRequest({{"cmd", "3"}}, package.Bytes());
-}
-
-/// A line of a directory listing: link, line number 0, the quoted name in 22 bytes, the type.
-QByteArray ListingEntry(const char *name, const char *type)
-{
-    return QByteArray::fromHex("01010000") +
-           ("  \"" + QByteArray(name) + '"').leftJustified(22, ' ') + type + '\0';
-}
-
-/// A whole listing: load address, the title in reverse video, the entries, the null link.
-QByteArray Listing(const char *title, const QByteArray &entries)
-{
-    return QByteArray::fromHex("0104 01010000 12") + QByteArray(title).leftJustified(24, ' ') +
-           '\0' + entries + QByteArray(2, '\0');
-}
-
-QByteArray HeadFor(qsizetype bodySize)
-{
-    return "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\n"
-           "Content-Transfer-Encoding: binary\r\nContent-Length: " +
-           QByteArray::number(bodySize) + "\r\n\r\n";
-}
 
 /// Runs curl; its output with the reply's head.
 QByteArray Curl(const QStringList &arguments)
@@ -240,14 +31,6 @@ QByteArray Curl(const QStringList &arguments)
 bool HasCurl()
 {
     return !QStandardPaths::findExecutable(QStringLiteral("curl")).isEmpty();
-}
-
-/// Breaks a connection so that the peer is told so, unlike an ordinary close.
-void Reset(QTcpSocket *device)
-{
-    const linger now = {1, 0};
-    setsockopt(int(device->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof(now));
-    device->abort();
 }
 
 } // namespace
@@ -270,7 +53,6 @@ private slots:
     void restrictionsOn();
     void argumentsAreNotRead();
 
-    void manyClientsAtOnceAreAllAnswered();
     void fullPackageGoesBothWays();
     void curlMovesAFullPackage();
     void clientThatNeverReadsHoldsUpNobody();
@@ -519,32 +301,6 @@ void tst_EndToEnd::argumentsAreNotRead()
     QVERIFY(hub.Ask(SearchRequest("*")).Package().valid);
 }
 
-void tst_EndToEnd::manyClientsAtOnceAreAllAnswered()
-{
-    constexpr int CLIENTS = 200;
-
-    const Media media;
-    QVERIFY(WriteFile(media.Program("ghost.prg"), "\x01\x08ghost"));
-    HubProcess hub;
-    QVERIFY(hub.Start(media.Section()));
-    const QByteArray request = SearchRequest("g*");
-    const QByteArray expected = hub.Ask(request).raw;
-    QVERIFY(expected.contains("GHOST"));
-
-    std::vector<std::unique_ptr<QTcpSocket>> devices;
-    int closed = 0;
-    for (int i = 0; i < CLIENTS; ++i) {
-        devices.push_back(std::make_unique<QTcpSocket>());
-        connect(devices.back().get(), &QTcpSocket::disconnected, this, [&closed] { ++closed; });
-        hub.Connect(devices.back().get());
-        devices.back()->write(request);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(closed, CLIENTS, TIMEOUT_MS);
-    for (const std::unique_ptr<QTcpSocket> &device : devices)
-        QCOMPARE(device->readAll(), expected);
-    QVERIFY(hub.IsRunning());
-}
-
 void tst_EndToEnd::fullPackageGoesBothWays()
 {
     const Media from;
@@ -771,13 +527,7 @@ void tst_EndToEnd::programThatQuitsSaves()
 
 int main(int argc, char **argv)
 {
-    quitAtOnce = argc == 2 && qstrcmp(argv[1], UNTIL_QUIT) == 0;
-    if (quitAtOnce)
-        return RunProgram(argc, argv);
-
-    const QCoreApplication application(argc, argv);
-    tst_EndToEnd test;
-    return QTest::qExec(&test, argc, argv);
+    return RunTestOrHub<tst_EndToEnd>(argc, argv);
 }
 
 #include "tst_EndToEnd.moc"
