@@ -84,9 +84,11 @@ bool Replace(const QString &path, const QByteArray &data)
 {
     QSaveFile file(path);
     file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
-    file.write(data);
+    // A write that stops half-way, on a full disk, is no error to QSaveFile: it would commit that.
+    if (file.write(data) != data.size())
+        file.cancelWriting();
     file.commit(); // The result is deliberately not looked at.
     return true;
 }
