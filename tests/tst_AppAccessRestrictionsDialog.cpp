@@ -1044,6 +1044,7 @@ void tst_AppAccessRestrictionsDialog::namesAreAskedForAsTheyAre()
         const QString text = QStringLiteral("Are you sure you want to remove the user '") + name +
                              QStringLiteral("'?");
         QCOMPARE(question->informativeText(), text);
+        QVERIFY(ShowsPlainText(*question, text));
         Click(question->button(QMessageBox::Yes));
     });
     hub.Press("removeUser");

@@ -113,6 +113,7 @@ private slots:
 
     // Settings.
     void settingsWaitForTheEndOfTheHub();
+    void hubMayEndWhileThePortIsEdited();
 
     // Keyboard, screen reader and room.
     void tabReachesEveryControl();
@@ -1241,6 +1242,21 @@ void tst_AppMainWindow::requestsShowInTheConsole()
     hub.Send(FormRequest({{"cmd", "1"}, {"pat", "*"}, {"udid", "device-<7>"}}));
     QVERIFY(!hub.Log().isEmpty());
     QCOMPARE(hub.Log().constFirst(), QStringLiteral("SEARCH request from Skylet UUID: device-<7>"));
+}
+
+void tst_AppMainWindow::hubMayEndWhileThePortIsEdited()
+{
+    {
+        HubFixture hub;
+        Activate(hub->mMainWindow);
+        auto *const port = Named<QLineEdit>(*hub->mMainWindow, "serverPort");
+        Type(port, QStringLiteral("6464"));
+        QVERIFY(port->hasFocus());
+        hub.Quit();
+    }
+    // What was typed but not yet taken is not kept.
+    const QSettings after(mSettings.FilePath(), QSettings::IniFormat);
+    QCOMPARE(after.value(QStringLiteral("server/port")).toInt(), 0);
 }
 
 void tst_AppMainWindow::settingsWaitForTheEndOfTheHub()

@@ -36,6 +36,7 @@ private slots:
     void typedNameIsTakenAsItIs();
     void nameFollowsEveryKey();
     void textChangedStoresTheNameOnly();
+    void typingReplacesTheProposal();
     void okIsEnabledWhateverTheName();
     void okAccepts();
     void okAcceptsAnEmptyName();
@@ -257,6 +258,14 @@ void tst_AppNewUserDialog::textChangedStoresTheNameOnly()
     QCOMPARE(dialog.mName, QStringLiteral("other"));
     QCOMPARE(dialog.Field()->text(), QStringLiteral("newuser"));
     QVERIFY(dialog.isVisible());
+}
+
+void tst_AppNewUserDialog::typingReplacesTheProposal()
+{
+    const OpenDialog dialog;
+    QVERIFY(dialog.Field()->hasFocus());
+    QTest::keyClicks(dialog.Field(), QStringLiteral("bob"));
+    QCOMPARE(dialog.mName, QStringLiteral("bob"));
 }
 
 void tst_AppNewUserDialog::okIsEnabledWhateverTheName()
