@@ -4,8 +4,9 @@
 # Run by CPack on the staged tree: what Debian wants compressed. Without time stamps, so that equal
 # trees make equal packages.
 
-file(GLOB_RECURSE PAGES "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*/man/man1/*.1")
-file(GLOB_RECURSE CHANGELOG "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*/doc/disk-hub/changelog")
-foreach(FILE IN LISTS PAGES CHANGELOG)
+file(GLOB_RECURSE FILES
+    "${CPACK_TEMPORARY_DIRECTORY}/usr/share/man/*.1"
+    "${CPACK_TEMPORARY_DIRECTORY}/usr/share/doc/disk-hub/changelog")
+foreach(FILE IN LISTS FILES)
     execute_process(COMMAND gzip -9 --no-name --force "${FILE}" COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
