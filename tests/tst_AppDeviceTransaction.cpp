@@ -415,6 +415,7 @@ private slots:
     void bodyIsReadInOnePieceForEachSignal();
     void emptySegmentsChangeNothing();
     void incompleteBodyIsNotParsed();
+    void hugeAnnouncementTakesLittleMemory();
     void tooLongBodyNeverCompletes_data();
     void tooLongBodyNeverCompletes();
     void counterDoesNotWrap();
@@ -462,6 +463,7 @@ private slots:
     void replyWaitsOnceWithoutLimit();
     void replyLeavesTheConnectionOpen();
     void replyToAPeerThatIsGone();
+    void bytesBehindTheExchangeAreDropped();
 
     void loopbackExchange_data();
     void loopbackExchange();
@@ -650,10 +652,10 @@ void tst_AppDeviceTransaction::headers_data()
     type("type-in-capitals-is-ignored", "CONTENT-TYPE: text/plain", "", "");
     type("type-behind-a-blank-is-ignored", " Content-Type: text/plain", "", "");
     type("type-with-a-blank-before-the-colon-is-ignored", "Content-Type : text/plain", "", "");
-    type("type-without-a-blank-is-ignored", "Content-Type:text/plain", "", "");
-    type("type-behind-a-tab-is-ignored", "Content-Type:\ttext/plain", "", "");
+    type("type-without-a-blank-is-ignored", "Content-Type:text/plain; x", "", "");
+    type("type-behind-a-tab-is-ignored", "Content-Type:\ttext/plain; x", "", "");
     type("type-with-a-longer-name-is-ignored", "X-Content-Type: text/plain", "", "");
-    type("type-without-anything-is-ignored", "Content-Type:", "", "");
+    type("type-without-anything-is-ignored", "Content-Type: a/b c\r\nContent-Type:", "a/b", "");
     type("type-without-word-is-the-line-end", "Content-Type: ", "\r\n", "");
     type("type-behind-two-blanks-is-empty", "Content-Type:  multipart/form-data; boundary=XyZ", "",
          "");
@@ -727,9 +729,9 @@ void tst_AppDeviceTransaction::headers_data()
     length("length-without-second-word-is-zero", Bytes("Content-Length:\0 5"), 0);
     length("length-ends-at-nul", Bytes("Content-Length: 1\0002"), 1);
     length("length-in-lower-case-is-ignored", "content-length: 5", -1);
-    length("length-without-a-blank-is-ignored", "Content-Length:5", -1);
+    length("length-without-a-blank-is-ignored", "Content-Length:5 6", -1);
     length("length-without-anything-is-ignored", "Content-Length:", -1);
-    length("length-behind-a-tab-is-ignored", "Content-Length:\t5", -1);
+    length("length-behind-a-tab-is-ignored", "Content-Length:\t5 6", -1);
     length("length-behind-a-blank-is-ignored", " Content-Length: 5", -1);
     length("length-behind-nul-is-ignored", Bytes("X\0\nX Content-Length: 5"), -1);
     length("length-with-a-longer-name-is-ignored", "X-Content-Length: 5", -1);
@@ -872,6 +874,14 @@ void tst_AppDeviceTransaction::incompleteBodyIsNotParsed()
     QCOMPARE(Properties(exchange.transaction), QByteArray());
 }
 
+void tst_AppDeviceTransaction::hugeAnnouncementTakesLittleMemory()
+{
+    const Exchange exchange({"POST / HTTP/1.1\r\nContent-Length: 2147483647\r\n\r\ncmd=1"});
+    QCOMPARE(exchange.transaction.mContentRemaining, 2147483642);
+    QCOMPARE(exchange.transaction.mContent, QByteArray("cmd=1"));
+    QVERIFY(exchange.transaction.mContent.capacity() < 64 << 20);
+}
+
 void tst_AppDeviceTransaction::tooLongBodyNeverCompletes_data()
 {
     QTest::addColumn<QList<QByteArray>>("segments");
@@ -964,6 +974,9 @@ void tst_AppDeviceTransaction::hugeHeadersAreRead_data()
 
     QTest::newRow("one-line-of-a-megabyte")
         << QByteArray("X-Long: " + QByteArray(1 << 20, 'x') + "\r\n");
+    // Were it read in parts, one of them would look like the blank line.
+    QTest::newRow("one-line-of-a-megabyte-of-blanks")
+        << QByteArray("X-Long: x" + QByteArray(1 << 20, ' ') + "\r\n");
     QTest::newRow("lines-of-a-megabyte") << QByteArray("X-Short: sixteen\r\n").repeated(58255);
     QTest::newRow("words-of-a-megabyte")
         << QByteArray("Content-Type: " + QByteArray("x ").repeated(1 << 19) + "\r\n");
@@ -1283,6 +1296,7 @@ void tst_AppDeviceTransaction::parseUrlEncoded_data()
     row("encoded-plus-stays", "usr=a%2Bb", "usr=[a+b]");
     row("plus-in-a-code-is-replaced-first", "usr=%+41", "usr=[% 41]");
     row("hexadecimal-in-both-cases", "usr=%4a%4B%4c%4D", "usr=[JKLM]");
+    row("hexadecimal-first-and-last-digits", "usr=%30%39%4a%4f%4A%4F", "usr=[09JOJO]");
     row("decoded-once-only", "usr=%2541", "usr=[%41]");
     row("percent-without-digits-stays", "usr=100%", "usr=[100%]");
     row("percent-before-one-digit-stays", "usr=100%4", "usr=[100%4]");
@@ -1534,7 +1548,7 @@ void tst_AppDeviceTransaction::parseDisposition_data()
     row("file-name-ending-in-name-replaces-the-name",
         R"(Content-Disposition: form-data; name="usr"; file-name="pwd")", "pwd=[7]");
     row("file-name-as-the-end-of-another",
-        R"(Content-Disposition: form-data; name="usr"; myfilename="other")", "");
+        R"(Content-Disposition: form-data; name="usr"; myfilename="usr")", "");
 }
 
 void tst_AppDeviceTransaction::parseDisposition()
@@ -1627,6 +1641,8 @@ void tst_AppDeviceTransaction::parsePackage_data()
         disposition("name=\"up\"; filename=xpackage", hello) + END, 0, described);
     row("file-name-without-closing-quote",
         disposition("name=\"up\"; filename=\"package", hello) + END, 0, described);
+    row("file-name-ends-at-equals-sign",
+        disposition("name=\"up\"; filename=\"package=x\"", hello) + END, 0, described);
     row("file-name-before-the-name", disposition("filename=\"package\"; name=\"up\"", hello) + END,
         0, described);
     row("file-name-without-name", disposition("filename=\"package\"", hello) + cmd + END, 0,
@@ -1750,9 +1766,11 @@ void tst_AppDeviceTransaction::parseWithBoundary()
 {
     QFETCH(QByteArray, parameter);
     QFETCH(QByteArray, delimiter);
+    // The second field is only found by searching for the delimiter.
     const Exchange exchange(
         {Request("multipart/form-data;" + parameter,
-                 delimiter + "\r\nContent-Disposition: form-data; name=\"cmd\"\r\n\r\n2\r\n" +
+                 delimiter + "\r\nContent-Disposition: form-data; name=\"usr\"\r\n\r\nbob\r\n" +
+                     delimiter + "\r\nContent-Disposition: form-data; name=\"cmd\"\r\n\r\n2\r\n" +
                      delimiter + "--\r\n")});
     QVERIFY(exchange.transaction.mValid);
     QTEST(exchange.transaction.mCmd, "cmd");
@@ -1949,6 +1967,19 @@ void tst_AppDeviceTransaction::replyToAPeerThatIsGone()
     QCOMPARE(exchange.transaction.Reply(AppPackage()), 0);
     QCOMPARE(exchange.socket->Writes(), QList<QByteArray>());
     QCOMPARE(exchange.socket->Disconnects(), 0);
+}
+
+void tst_AppDeviceTransaction::bytesBehindTheExchangeAreDropped()
+{
+    SegmentSocket socket({Request(URL_ENCODED, "cmd=1")});
+    {
+        AppDeviceTransaction transaction(&socket);
+        transaction.Reply(AppPackage());
+    }
+    // While the rest of a reply is sent, the peer cannot make the hub gather bytes.
+    socket.AddSegment("more");
+    QVERIFY(socket.waitForReadyRead(0));
+    QCOMPARE(socket.bytesAvailable(), qint64(0));
 }
 
 void tst_AppDeviceTransaction::loopbackExchange_data()
