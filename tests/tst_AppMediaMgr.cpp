@@ -681,6 +681,7 @@ void tst_AppMediaMgr::readRefusesWhatIsNoRegularFile()
     QVERIFY(MakeLink(QStringLiteral("gone"), Path("dangling.prg")));
     QVERIFY(MakeLink(QStringLiteral("loop.prg"), Path("loop.prg")));
 
+    const MemoryLimit limit;
     QByteArray data;
     QVERIFY(!AppMediaMgr::Instance().Read(QFileInfo(Path(file)), &data));
     QVERIFY(!AppMediaMgr::Instance().Read(QFileInfo(Path(file)), nullptr));
@@ -1041,6 +1042,8 @@ void tst_AppMediaMgr::writingOverWhatIsNoRegularFileFails_data()
     QTest::newRow("link-to-directory") << QByteArray("TO-DIRECTORY");
     QTest::newRow("fifo") << QByteArray("FIFO");
     QTest::newRow("link-to-fifo") << QByteArray("TO-FIFO");
+    QTest::newRow("link-to-itself") << QByteArray("LOOP");
+    QTest::newRow("links-to-each-other") << QByteArray("PING");
 }
 
 void tst_AppMediaMgr::writingOverWhatIsNoRegularFileFails()
@@ -1055,6 +1058,9 @@ void tst_AppMediaMgr::writingOverWhatIsNoRegularFileFails()
         QVERIFY(MakeFifo(path("fifo")));
         QVERIFY(MakeLink(path("directory"), path("to-directory")));
         QVERIFY(MakeLink(path("fifo"), path("to-fifo")));
+        QVERIFY(MakeLink(path("loop"), path("loop")));
+        QVERIFY(MakeLink(path("pong"), path("ping")));
+        QVERIFY(MakeLink(path("ping"), path("pong")));
     }
     const QStringList before = Snapshot(mDirectory->path());
     QCOMPARE(AddUpdate(KIND_PROGRAM, mDirectory->path(), Name(name), "b"), QString());
