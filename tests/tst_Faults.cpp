@@ -1,6 +1,7 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
+#include "AppMediaMgr.h"
 #include "HubProgram.h"
 
 #include <QTemporaryDir>
@@ -202,6 +203,7 @@ private slots:
 
     void fullDiskKeepsWhatWasStored();
     void fileThatCannotGrowKeepsWhatWasStored();
+    void writeThatStopsHalfWayIsUndone();
     void directoryThatCannotBeWrittenIsServed();
     void removedDirectoryIsEmptyUntilItComesBack();
     void oddEntryHoldsUpNobody_data();
@@ -415,6 +417,34 @@ void tst_Faults::fileThatCannotGrowKeepsWhatWasStored()
     QVERIFY(LimitFileSize(hub.Id(), RLIM_INFINITY));
     QCOMPARE(Upload(hub, Disk("games", second, 0, true)), RESULT_OK);
     QVERIFY(ReadFile(media.Disk("games.d64")) == second);
+}
+
+void tst_Faults::writeThatStopsHalfWayIsUndone()
+{
+    constexpr int LIMIT = 100000; // bytes, in the middle of an image
+
+    const Media media;
+    const QByteArray first = Image(D64_SIZE, 1);
+    const QByteArray second = Image(D64_SIZE, 2);
+    QVERIFY(WriteFile(media.Disk("games.d64"), first));
+    const QStringList before = Snapshot(media.disks.path());
+    AppDosName games;
+    games.FromString(QStringLiteral("games"), true);
+    AppDosName fresh;
+    fresh.FromString(QStringLiteral("new"), true);
+
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    QVERIFY(LimitFileSize(0, LIMIT));
+    const QString replaced =
+        AppMediaMgr::Instance().AddUpdateDisk(media.disks.path(), games, second);
+    const QString created =
+        AppMediaMgr::Instance().AddUpdateDisk(media.disks.path(), fresh, second);
+    QVERIFY(LimitFileSize(0, RLIM_INFINITY));
+    signal(SIGXFSZ, handler);
+
+    QCOMPARE(replaced, media.Disk("games.d64"));
+    QCOMPARE(created, media.Disk("new.d64"));
+    QCOMPARE(Snapshot(media.disks.path()), before);
 }
 
 void tst_Faults::directoryThatCannotBeWrittenIsServed()
