@@ -99,7 +99,8 @@ QString Write(const QString &directory, const QString &fileName, const QByteArra
 {
     if (directory.isEmpty())
         return QString();
-    const QFileInfo info(QDir(directory), fileName);
+    // The "./" is for names with ":" in front, which Qt takes for paths of compiled resources.
+    const QFileInfo info(QDir(directory), QLatin1String("./") + fileName);
     // A "/" or the like in a name that came from the network would lead out of the directory.
     if (info.fileName() != fileName || fileName.contains(QChar::Null))
         return QString();
@@ -158,10 +159,12 @@ QList<AppMediaMgr::PROGRAM> AppMediaMgr::SearchPrograms(const QString &directory
 
 bool AppMediaMgr::Read(const QFileInfo &info, QByteArray *data) const
 {
-    // Opening a FIFO or a device could block for ever.
-    if (!info.isFile())
+    // Opening a FIFO or a device could block for ever. `info` tells what was there when it was
+    // found, which can be a while ago.
+    const QString path = info.absoluteFilePath();
+    if (!QFileInfo(path).isFile())
         return false;
-    QFile file(info.absoluteFilePath());
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return false;
     if (data != nullptr)
