@@ -232,8 +232,10 @@ void AppDeviceTransaction::ReadBody(QTcpSocket *socket)
 QString AppDeviceTransaction::ReadContentLine()
 {
     HoldContent();
-    const int end = mContentHasLines ? static_cast<int>(mContent.indexOf('\r')) : -1;
-    mContentHasLines = end >= 0;
+    const bool linesOver = mContentLinesEnd != nullptr && mContent.constData() >= mContentLinesEnd;
+    const int end = linesOver ? -1 : static_cast<int>(mContent.indexOf('\r'));
+    if (end < 0 && !linesOver)
+        mContentLinesEnd = mContent.constData();
     QString line = TextOf(QByteArray::fromRawData(mContent.constData(), std::max(end, 0)));
     ConsumeContent(end + 2);
     return line;
@@ -244,7 +246,7 @@ void AppDeviceTransaction::HoldContent()
     if (LiesIn(mContent, mContentStorage))
         return;
     mContentStorage = mContent;
-    mContentHasLines = true;
+    mContentLinesEnd = nullptr;
 }
 
 void AppDeviceTransaction::ConsumeContent(qsizetype count)

@@ -62,7 +62,7 @@ public:
     QTcpSocket *mSocket = nullptr; ///< set once the request is complete
     bool mValid = false;           ///< the request is complete
     int mHeadersDone = 0;          ///< 1 once the blank line behind the headers was read
-    QByteArray mContent;           ///< the body, or what is left of it
+    QByteArray mContent;           ///< the body, or a view of what is left of it
     QString mContentType;          ///< second word of the "Content-Type:" line
     QString mBoundary;             ///< of the multipart body
     int mContentRemaining = -1;    ///< bytes of the body still to come; negative never completes
@@ -89,6 +89,6 @@ private:
     int ParseMultipart();
 
     // While it is parsed mContent is a view that gets shorter, so that nothing is moved.
-    QByteArray mContentStorage;   ///< keeps the bytes that mContent is a view of
-    bool mContentHasLines = true; ///< false once no CR is left in mContent
+    QByteArray mContentStorage;             ///< keeps the bytes that mContent is a view of
+    const char *mContentLinesEnd = nullptr; ///< from here on it has no CR; null if not yet known
 };

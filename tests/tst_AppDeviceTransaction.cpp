@@ -1158,6 +1158,15 @@ void tst_AppDeviceTransaction::contentMayBeAssignedAtAnyTime()
     QCOMPARE(transaction.ReadContentLine(), QStringLiteral("one"));
     QCOMPARE(transaction.mContent, QByteArray("two\r\nthree\r\n"));
 
+    const QByteArray endingWithoutLine = content + "four";
+    for (int i = 0; i < 2; ++i) { // the same bytes again, after all of them were read
+        transaction.mContent = endingWithoutLine;
+        QCOMPARE(transaction.ReadContentLine(), QStringLiteral("one"));
+        QCOMPARE(transaction.mContent, QByteArray("two\r\nthree\r\nfour"));
+        while (!transaction.mContent.isEmpty())
+            transaction.ReadContentLine();
+    }
+
     transaction.mContent = QByteArray("other\r\nbytes");
     QCOMPARE(transaction.ReadContentLine(), QStringLiteral("other"));
     QCOMPARE(transaction.mContent, QByteArray("bytes"));
