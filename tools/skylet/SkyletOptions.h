@@ -39,8 +39,7 @@ public:
     /// What --help prints.
     static QString Help();
 
-    /// Whether a hub could find anything by this pattern: "?" and "*" aside, every character must
-    /// be one of Latin-1.
+    /// Whether every character is one of Latin-1; no name on a hub has another.
     static bool IsLatin1(const QString &text);
 
     ACTION action = RUN;
