@@ -1,0 +1,30 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QStringList>
+
+/// The program without its process: arguments in, output and exit code out.
+class CheckCommandLine
+{
+    Q_DECLARE_TR_FUNCTIONS(CheckCommandLine)
+
+public:
+    enum EXIT_CODE {
+        EXIT_CLEAN = 0,   ///< nothing to remark; also for the help and the version
+        EXIT_REMARKS = 1, ///< there are remarks
+        EXIT_USAGE = 2,   ///< the arguments are wrong, or the report could not be written
+    };
+
+    struct RESULT {
+        EXIT_CODE exitCode = EXIT_CLEAN;
+        QByteArray output; ///< for the standard output, in the host's encoding
+        QByteArray error;  ///< for the standard error output
+    };
+
+    /// `arguments` begin with the program's name.
+    static RESULT Run(const QStringList &arguments);
+};
