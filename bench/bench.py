@@ -323,12 +323,14 @@ class Bench:
         self.row("", "a window that logs a line", back["logged"] / back["window"], 0.8)
         for name in ("bare QTcpServer", "nginx", "http.server"):
             self.row("", name, back["hub"] / back[name])
+        # http.server takes five waiting connections and lets the others wait for a second.
+        many = [name for name in servers if name != "http.server"]
         for clients in (16, 64):
-            rate = all_of("rate", self.rounds(2000, 200), clients)
-            for name in ("C", "bare QTcpServer", "nginx", "http.server"):
+            rate = all_of("rate", self.rounds(2000, 200), clients, names=many)
+            for name in ("C", "bare QTcpServer", "nginx"):
                 self.row(f"small requests, {clients} clients: rate" if name == "C" else "", name,
                          rate[name] / rate["hub"], 2.2 if name == "C" else None)
-            worst = all_of("max", self.rounds(2000, 200), clients)
+            worst = all_of("max", self.rounds(2000, 200), clients, names=many)
             self.row("  worst latency", "C", worst["hub"] / worst["C"], 5)
         for server, _ in servers.values():
             server.stop()
