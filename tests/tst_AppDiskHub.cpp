@@ -404,6 +404,8 @@ void tst_AppDiskHub::closingTheWindowEndsTheEventLoop()
 {
     const HubFixture hub;
     QTimer::singleShot(0, hub.Console()->window(), &QWidget::close);
+    QTimer::singleShot(HubFixture::CLIENT_TIMEOUT_MS, &hub.Hub(),
+                       [] { QCoreApplication::exit(1); });
     QCOMPARE(hub->exec(), 0);
 }
 
@@ -411,12 +413,15 @@ void tst_AppDiskHub::quitStopsTheServerAndSaves()
 {
     HubFixture hub;
     const QPointer<QTcpServer> server(hub->mServer);
+    // Silent if the hub stops the server, but not if that only dies with its parent.
+    const QSignalSpy destroyed(hub->mServer, &QObject::destroyed);
     const QPointer<QWidget> window(hub.Console()->window());
     hub->mDiskPath = QStringLiteral("/changed");
     QVERIFY(!mSettings.Read().contains("/changed"));
 
     hub.Quit();
     QVERIFY(!server);
+    QCOMPARE(destroyed.size(), 0);
     QVERIFY(!window);
     QVERIFY(mSettings.Read().contains("disk_path=/changed\n"));
 }
