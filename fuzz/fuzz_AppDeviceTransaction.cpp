@@ -1,8 +1,8 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes can arrive, in any segments, and the segments do not change what is understood. Input: a byte that says how long the segments are, then what
-// the peer sends.
+// Any bytes can arrive, in any segments, and the segments do not change what is understood. Input:
+// a byte that says how long the segments are, then what the peer sends.
 
 #include "AppDeviceTransaction.h"
 #include "AppPackage.h"
