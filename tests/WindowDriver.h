@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMetaMethod>
+#include <QPair>
 #include <QPointer>
 #include <QStringList>
 #include <QTest>
@@ -390,5 +391,27 @@ public:
 
     bool isEmpty() const override { return false; }
 };
+
+/// Rows for choosing a directory: `which` of the two, and a `name` that must come through as it is.
+inline void AddDirectoryNameRows()
+{
+    QTest::addColumn<int>("which");
+    QTest::addColumn<QString>("name");
+
+    const QPair<const char *, QString> names[] = {
+        {"plain", QStringLiteral("plain")},
+        {"blanks", QStringLiteral("with two blanks")},
+        {"umlaut", QString::fromUtf8("gr\xC3\xBC\xC3\x9F")},
+        {"placeholder", QStringLiteral("%1 100%")},
+        {"ampersand", QStringLiteral("a & b")},
+        {"markup", QStringLiteral("<b>bold")},
+        {"apostrophe", QStringLiteral("it's")},
+    };
+    for (int which = 0; which < 2; ++which) {
+        for (const auto &name : names)
+            QTest::addRow("%s-%s", which == 0 ? "disks" : "programs", name.first)
+                << which << name.second;
+    }
+}
 
 } // namespace WindowDriver

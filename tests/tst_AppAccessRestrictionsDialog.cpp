@@ -1292,23 +1292,7 @@ void tst_AppAccessRestrictionsDialog::chooserForgetsTheStoredDirectory()
 
 void tst_AppAccessRestrictionsDialog::chosenDirectoryIsStored_data()
 {
-    QTest::addColumn<int>("which");
-    QTest::addColumn<QString>("name");
-
-    const QPair<const char *, QString> names[] = {
-        {"plain", QStringLiteral("plain")},
-        {"blanks", QStringLiteral("with two blanks")},
-        {"umlaut", QString::fromUtf8("gr\xC3\xBC\xC3\x9F")},
-        {"placeholder", QStringLiteral("%1 100%")},
-        {"ampersand", QStringLiteral("a & b")},
-        {"markup", QStringLiteral("<b>bold")},
-        {"apostrophe", QStringLiteral("it's")},
-    };
-    for (int which = 0; which < 2; ++which) {
-        for (const auto &name : names)
-            QTest::addRow("%s-%s", which == 0 ? "disks" : "programs", name.first)
-                << which << name.second;
-    }
+    AddDirectoryNameRows();
 }
 
 void tst_AppAccessRestrictionsDialog::chosenDirectoryIsStored()
