@@ -49,7 +49,8 @@ static void start(struct exchange *x)
     x->expected = -1;
     x->start = now();
     x->fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    if (x->fd < 0 || (connect(x->fd, (struct sockaddr *)&hub, sizeof hub) < 0 && errno != EINPROGRESS)) {
+    if (x->fd < 0 ||
+        (connect(x->fd, (struct sockaddr *)&hub, sizeof hub) < 0 && errno != EINPROGRESS)) {
         perror("connect");
         exit(1);
     }

@@ -21,7 +21,8 @@
 #include <unistd.h>
 
 #define PARTS 19
-#define HEAD "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\nContent-Length: %zu\r\n\r\n"
+#define HEAD                                                                                       \
+    "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\nContent-Length: %zu\r\n\r\n"
 
 struct bytes {
     char *data;
