@@ -79,9 +79,12 @@ private slots:
     void pingGivesAdvice_data();
     void pingGivesAdvice();
     void pingOfARefusedConnection();
+    void connectionMayFailAtOnce_data();
+    void connectionMayFailAtOnce();
     void disksWithoutAManifestAreWrittenAllTheSame();
     void disksOfTheWrongSizeAreRemarkedOn();
     void manifestMayListWhatDidNotCome();
+    void nulInANameIsNotMissed();
     void namesStayInTheirDirectory();
     void textOfTheNetworkDoesNotReachTheTerminal();
     void directoryThatCannotBeMadeIsTold();
@@ -98,6 +101,7 @@ private slots:
     void signalsLeaveNoFile_data();
     void signalsLeaveNoFile();
     void signalEndsABenchWithItsFigures();
+    void benchMayHaveMoreConnectionsThanTheSoftLimit();
     void ignoredSignalsStayIgnored_data();
     void ignoredSignalsStayIgnored();
     void needsNoGui();
@@ -254,6 +258,26 @@ void tst_SkyletAnswers::pingOfARefusedConnection()
                              "and port with those in its window.\n");
 }
 
+void tst_SkyletAnswers::connectionMayFailAtOnce_data()
+{
+    QTest::addColumn<QString>("command");
+
+    QTest::newRow("ping") << "ping";
+    QTest::newRow("bench") << "bench --requests 5000 ping";
+}
+
+void tst_SkyletAnswers::connectionMayFailAtOnce()
+{
+    QFETCH(QString, command);
+
+    // No TCP connection to the broadcast address is even begun.
+    const SkyletRun run =
+        RunSkylet(QStringList{S("--hub"), S("255.255.255.255")} + command.split(QLatin1Char(' ')));
+    QCOMPARE(run.exitCode, 3);
+    QVERIFY2(run.errors.contains("unreachable") || run.errors.contains("cannot be reached"),
+             run.errors.constData());
+}
+
 void tst_SkyletAnswers::disksWithoutAManifestAreWrittenAllTheSame()
 {
     const QByteArray image = Image(D64_SIZE, 1);
@@ -291,6 +315,19 @@ void tst_SkyletAnswers::manifestMayListWhatDidNotCome()
                                     "skylet: an answer carries 19 disks at most; a narrower "
                                     "pattern fetches them\n"));
     QCOMPARE(Names(here), QStringList{S("games.d64")});
+}
+
+void tst_SkyletAnswers::nulInANameIsNotMissed()
+{
+    // A listing ends the name there, the package does not.
+    WireObject disk = Disk("games", Image(D64_SIZE, 1), 0, false);
+    disk.name[2] = '\0';
+    AnswerServer server({HubAnswer(Package({Manifest(ListingEntry("GA", "D64")), disk}))});
+    const QTemporaryDir here;
+    const SkyletRun run = RunSkylet(Line(server, "disks x"), here.path());
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(Names(here), QStringList{S("ga_es.d64")});
 }
 
 void tst_SkyletAnswers::namesStayInTheirDirectory()
@@ -519,6 +556,18 @@ void tst_SkyletAnswers::signalEndsABenchWithItsFigures()
     QVERIFY(json.value(S("requests")).toInt() > 90);
     QCOMPARE(json.value(S("failed")).toInt(-1), 0);
     QCOMPARE(json.value(S("word")).toString(), S("interrupted"));
+}
+
+void tst_SkyletAnswers::benchMayHaveMoreConnectionsThanTheSoftLimit()
+{
+    AnswerServer server({HubAnswer(Package({}))});
+    const SkyletRun run = RunSkylet(
+        {S("-c"),
+         S("ulimit -S -n 64; exec " SKYLET_BINARY " ") +
+             Line(server, "bench --clients 100 --requests 200 ping").join(QLatin1Char(' '))},
+        QString(), S("sh"));
+    QCOMPARE(run.errors, QByteArray());
+    QCOMPARE(run.exitCode, 0);
 }
 
 void tst_SkyletAnswers::ignoredSignalsStayIgnored_data()

@@ -59,6 +59,7 @@ private slots:
     void answerIsTaken_data();
     void answerIsTaken();
     void answerMayComeByteByByte();
+    void answerMayTakeLongerThanTheTimeout();
     void requestArrivesWhole();
     void bytesThatComeAlongAreKept();
     void connectionIsReleasedWhenTheHubCloses();
@@ -112,6 +113,22 @@ void tst_SkyletConnection::answerMayComeByteByByte()
     QSignalSpy finished(&connection, &SkyletConnection::Finished);
     connection.Send("request");
     QTRY_COMPARE(finished.count(), 1);
+    QCOMPARE(connection.Bytes(), EmptyAnswer());
+}
+
+void tst_SkyletConnection::answerMayTakeLongerThanTheTimeout()
+{
+    constexpr int PAUSE_MS = 200;
+    constexpr int TIMEOUT_OF_ONE_PAUSE_MS = 1500;
+    QList<QByteArray> parts;
+    for (int i = 0; i < EmptyAnswer().size(); i += 64)
+        parts.append(EmptyAnswer().mid(i, 64));
+    QVERIFY(parts.size() * PAUSE_MS > TIMEOUT_OF_ONE_PAUSE_MS);
+    AnswerServer server(parts, AnswerServer::KEEP_OPEN, PAUSE_MS);
+    SkyletConnection connection(Address(server.serverPort()), TIMEOUT_OF_ONE_PAUSE_MS);
+    connection.Send("request");
+    QTRY_COMPARE(connection.State(), SkyletConnection::FINISHED);
+    QCOMPARE(connection.Outcome(), SkyletConnection::ANSWERED);
     QCOMPARE(connection.Bytes(), EmptyAnswer());
 }
 

@@ -123,6 +123,8 @@ void tst_SkyletFiles::namesThatAreTakenGetNumbers()
              QStringLiteral("GAMES-3.d64"));
     QCOMPARE(files.UniqueName(DosName(QStringLiteral("games")), QStringLiteral("d71")),
              QStringLiteral("games.d71"));
+    QCOMPARE(files.UniqueName(DosName(QStringLiteral("MORE")), d64), QStringLiteral("MORE.d64"));
+    QCOMPARE(files.UniqueName(DosName(QStringLiteral("more")), d64), QStringLiteral("more-2.d64"));
     QCOMPARE(files.UniqueName(DosName(QStringLiteral("%1")), d64), QStringLiteral("%1.d64"));
     QCOMPARE(files.UniqueName(DosName(QStringLiteral("%1")), d64), QStringLiteral("%1-2.d64"));
 }

@@ -235,6 +235,13 @@ void tst_SkyletReply::packagesAreTold_data()
                                   << int(SkyletReply::BAD_OBJECT);
     QTest::newRow("program-behind-a-disk")
         << Package({Disk(0), Program()}) << int(SkyletReply::VALID);
+    QTest::newRow("disk-that-begins-at-the-end")
+        << Changed(Changed(Package({{WireObject::PROGRAM, false, Program().name,
+                                     QByteArray(8192, 'p'), 0},
+                                    {WireObject::PROGRAM, false, Program().name, "1234", 0}}),
+                           40, "01"),
+                   44, "00100000")
+        << int(SkyletReply::BAD_SIZES);
     QTest::newRow("reserved-bytes-are-not-looked-at")
         << Changed(program, 12, "FFFFFFFF") << int(SkyletReply::VALID);
     QTest::newRow("disk-without-its-header")

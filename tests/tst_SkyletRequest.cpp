@@ -99,6 +99,7 @@ private slots:
     void packageArrivesAsGiven();
     void boundaryIsFree_data();
     void boundaryIsFree();
+    void boundaryIsInNoValue();
     void hostIsTheOneGiven();
 };
 
@@ -267,6 +268,14 @@ void tst_SkyletRequest::boundaryIsFree()
     const auto received = Receive(request);
     QVERIFY(received->mPackage != nullptr);
     QCOMPARE(received->mPackage->Program().data, program);
+}
+
+void tst_SkyletRequest::boundaryIsInNoValue()
+{
+    // The "=" makes it multipart.
+    const SkyletRequest request =
+        SkyletRequest::Search(SkyletIdentity(), QStringLiteral("=--SkyletPart"));
+    QVERIFY(Bytes(request).contains("; boundary=SkyletPart1\r\n"));
 }
 
 void tst_SkyletRequest::hostIsTheOneGiven()
