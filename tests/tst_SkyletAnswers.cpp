@@ -585,7 +585,7 @@ void tst_SkyletAnswers::ignoredSignalsStayIgnored()
     QFETCH(int, exitCode);
 
     // Long enough for the signal to be noticed before the answer comes.
-    AnswerServer server({QByteArray(), EmptyListing()}, AnswerServer::CLOSE, 1000);
+    AnswerServer server({QByteArray(), EmptyListing()}, AnswerServer::CLOSE, 2000);
     QProcess process;
     process.start(S("sh"), {S("-c"), trap + S("exec " SKYLET_BINARY " ") +
                                          Line(server, "search").join(QLatin1Char(' '))});
