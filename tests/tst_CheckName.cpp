@@ -119,6 +119,9 @@ void tst_CheckName::pattern_data()
     QTest::newRow("blank-inside") << Name(QStringLiteral("a b")) << "a b";
     QTest::newRow("latin1") << Name(QStringLiteral("über")) << "?ber";
     QTest::newRow("latin1-of-a-shifted-letter") << Name(QStringLiteral("ÁB")) << "AB";
+    QTest::newRow("latin1-of-the-last-shifted-letter") << Name(QStringLiteral("Ú")) << "Z";
+    QTest::newRow("latin1-before-the-shifted-letters") << Name(QStringLiteral("À")) << "?";
+    QTest::newRow("latin1-behind-the-shifted-letters") << Name(QStringLiteral("Û")) << "?";
     QTest::newRow("beyond-latin1") << Name(QStringLiteral("日本")) << "??";
     QTest::newRow("two-units-are-two-places") << Name(QStringLiteral("a😀")) << "a??";
     QTest::newRow("braces") << Name(QStringLiteral("a{b|c}d~e`")) << "a?b?c?d?e?";

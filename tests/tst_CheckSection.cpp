@@ -76,7 +76,9 @@ private slots:
     void moreDisksOfOneNameThanFit();
     void unreadableDisksOfOneName();
     void nameThatGetsAnotherProgram();
+    void nameOfAProgramThatIsNotSent();
     void nameThatFitsMoreDisks();
+    void unreadableDiskBeforeReadableOnes();
     void unreadableFiles();
     void directoryAsProgram();
     void pipeAsProgram();
@@ -439,6 +441,18 @@ void tst_CheckSection::nameThatGetsAnotherProgram()
     QCOMPARE(section.Remarks().size(), 2);
 }
 
+void tst_CheckSection::nameOfAProgramThatIsNotSent()
+{
+    QVERIFY(WriteFile(Path(QStringLiteral("a&b.prg")), ""));
+    const CheckSection section = LookedThrough(CheckSection::ROLE_PROGRAMS);
+    QCOMPARE(Codes(section),
+             (QStringList{QStringLiteral("empty a&b.prg"), QStringLiteral("name a&b.prg")}));
+    for (const CheckSection::REMARK &remark : section.Remarks()) {
+        if (remark.code == QLatin1String("name"))
+            QCOMPARE(remark.advice, QStringLiteral("Rename it."));
+    }
+}
+
 void tst_CheckSection::nameThatFitsMoreDisks()
 {
     QVERIFY(WriteSparseFile(Path(QStringLiteral("what?.d64")), D64_SIZE));
@@ -449,6 +463,20 @@ void tst_CheckSection::nameThatFitsMoreDisks()
     QCOMPARE(Codes(section), QStringList{QStringLiteral("name what?.d64")});
     QCOMPARE(section.Remarks().first().advice,
              QStringLiteral("Type WHAT?, which fits 2 files, or rename it."));
+}
+
+void tst_CheckSection::unreadableDiskBeforeReadableOnes()
+{
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(WriteSparseFile(Path(QStringLiteral("%1/a.d64").arg(i)), D64_SIZE));
+    QVERIFY(QFile::setPermissions(mRoot->path(), QFile::Permissions(0x7755)));
+    const QString first = Looked(CheckSection::ROLE_DISKS).Entries().first().file;
+    QVERIFY(QFile::setPermissions(Path(first), QFile::Permissions()));
+    const OrdinaryUser user;
+    const CheckSection section = LookedThrough(CheckSection::ROLE_DISKS);
+    QCOMPARE(section.Entries().at(0).sent, false);
+    QCOMPARE(section.Entries().at(1).sent, true);
+    QCOMPARE(section.Entries().at(2).sent, true);
 }
 
 void tst_CheckSection::unreadableFiles()

@@ -223,7 +223,7 @@ QString CheckReport::Printable(const QString &text)
     const auto isPlain = [](QChar c) {
         // Most are; asking Unicode about each takes its time.
         const bool isAscii = c >= QLatin1Char(' ') && c <= QLatin1Char('~');
-        return isAscii || (c.isPrint() && !c.isSurrogate());
+        return isAscii || c.isPrint();
     };
     if (std::all_of(text.begin(), text.end(), isPlain))
         return text;

@@ -37,23 +37,23 @@ CheckShelf::CheckShelf(const PLACE &place) : mPlace(place)
     const QString diskDirectory = mDisks ? mDisks->CanonicalDirectory() : QString();
     const QString programDirectory = mPrograms ? mPrograms->CanonicalDirectory() : QString();
 
+    // Of one directory for both everything is said once.
+    const bool same = programDirectory == diskDirectory;
+
     // Large directories take their time, and the searches and walks do not depend on each other.
     std::future<void> programSearch = std::async(std::launch::async, LookAtServed, &mPrograms);
     std::future<QVector<CheckTree::ITEM>> diskWalk =
         std::async(std::launch::async, Walk, diskDirectory);
-    std::future<QVector<CheckTree::ITEM>> programWalk = std::async(
-        std::launch::async, Walk, programDirectory == diskDirectory ? QString() : programDirectory);
+    std::future<QVector<CheckTree::ITEM>> programWalk =
+        std::async(std::launch::async, Walk, same ? QString() : programDirectory);
     LookAtServed(&mDisks);
     programSearch.wait();
 
-    const QVector<CheckTree::ITEM> diskItems = diskWalk.get();
-    const QVector<CheckTree::ITEM> programItems = programWalk.get();
     QSet<QString> remarked;
     if (mDisks)
-        mDisks->LookAtRest(diskItems, mPrograms ? &*mPrograms : nullptr, &remarked);
+        mDisks->LookAtRest(diskWalk.get(), mPrograms ? &*mPrograms : nullptr, &remarked);
     if (mPrograms)
-        mPrograms->LookAtRest(programDirectory == diskDirectory ? diskItems : programItems,
-                              mDisks ? &*mDisks : nullptr, &remarked);
+        mPrograms->LookAtRest(programWalk.get(), mDisks ? &*mDisks : nullptr, &remarked);
 }
 
 const CheckShelf::PLACE &CheckShelf::Place() const
