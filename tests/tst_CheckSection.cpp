@@ -281,8 +281,8 @@ void tst_CheckSection::servedFiles_data()
     QTest::newRow("beyond-latin1") << program << "日本.prg" << few << "name"
                                    << "Latin-1" << true;
     QTest::newRow("several-faults") << program << "a*b\"c&.prg" << few << "name"
-                                    << "fits whatever follows, a quotation mark, "
-                                       "which ends what one types and a \"&\""
+                                    << "fits whatever follows; a quotation mark, "
+                                       "which ends what one types; a \"&\""
                                     << true;
     QTest::newRow("nothing-left-of-the-name") << program << "\u00A0.prg" << few << "name"
                                               << "nothing at all" << false;

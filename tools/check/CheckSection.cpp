@@ -29,18 +29,6 @@ AppDosName Everything()
     return pattern;
 }
 
-/// "a", "a and b", "a, b and c".
-QString Enumerate(const QStringList &phrases)
-{
-    QString text = phrases.first();
-    for (int i = 1; i < phrases.size(); ++i) {
-        const bool last = i + 1 == phrases.size();
-        text = (last ? CheckSection::tr("%1 and %2") : CheckSection::tr("%1, %2"))
-                   .arg(text, phrases.at(i));
-    }
-    return text;
-}
-
 /// Whether a DOWNLOAD can read what a search found.
 bool IsReadable(const QFileInfo &info)
 {
@@ -287,7 +275,8 @@ void CheckSection::RemarkOnName(int index)
 {
     const QStringList faults = CheckName::Faults(mEntries.at(index).name);
     if (!faults.isEmpty())
-        RemarkOn(index, QStringLiteral("name"), tr("its name holds %1").arg(Enumerate(faults)),
+        RemarkOn(index, QStringLiteral("name"),
+                 tr("its name holds %1").arg(faults.join(QStringLiteral("; "))),
                  AdviceOnName(index));
 }
 
