@@ -136,6 +136,7 @@ void tst_CheckCommandLine::badUsage_data()
     row("no-such-directory-of-programs", "--disks ROOT --programs ROOT/none", "no such directory");
     row("file-as-directory", "--disks ROOT/clean/a.prg", "no such directory");
     row("empty-directory-name", "--disks=", "no such directory: \"\"");
+    row("argument-that-a-terminal-would-act-on", "\x1B[2J", "\"\\x1b[2J\"");
     row("value-for-json", "--json=yes", "json");
 }
 

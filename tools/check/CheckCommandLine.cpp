@@ -51,7 +51,8 @@ struct OPTIONS {
 CheckCommandLine::RESULT UsageError(const QString &message)
 {
     const QString text =
-        CheckCommandLine::tr("disk-hub-check: %1\nTry \"disk-hub-check --help\".\n").arg(message);
+        CheckCommandLine::tr("disk-hub-check: %1\nTry \"disk-hub-check --help\".\n")
+            .arg(CheckReport::Printable(message));
     return {CheckCommandLine::EXIT_USAGE, QByteArray(), text.toLocal8Bit()};
 }
 
