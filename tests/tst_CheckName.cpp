@@ -156,29 +156,26 @@ void tst_CheckName::wildcardsArePlacesOfThePattern()
 
 void tst_CheckName::keys_data()
 {
-    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<AppDosName>("name");
     QTest::addColumn<QString>("keys");
 
-    QTest::newRow("small-letters") << "games"
-                                   << "GAMES";
-    QTest::newRow("one-with-shift") << "Games"
-                                    << "{G}AMES";
-    QTest::newRow("several-with-shift") << "aBCd"
-                                        << "A{BC}D";
-    QTest::newRow("shift-up-to-the-end") << "aB"
-                                         << "A{B}";
-    QTest::newRow("signs-have-keys-of-their-own") << "A_^\\1"
-                                                  << "{A}←↑£1";
-    QTest::newRow("wildcards") << "a?b"
-                               << "A?B";
-    QTest::newRow("empty") << ""
-                           << "";
+    QTest::newRow("small-letters") << Name(QStringLiteral("games")) << "GAMES";
+    QTest::newRow("one-with-shift") << Name(QStringLiteral("Games")) << "{G}AMES";
+    QTest::newRow("several-with-shift") << Name(QStringLiteral("aBCd")) << "A{BC}D";
+    QTest::newRow("shift-up-to-the-end") << Name(QStringLiteral("aB")) << "A{B}";
+    QTest::newRow("first-and-last-shifted-letter") << Name(QStringLiteral("AZ")) << "{AZ}";
+    QTest::newRow("signs-have-keys-of-their-own") << Name(QStringLiteral("a_^\\1")) << "A←↑£1";
+    QTest::newRow("wildcard") << Name(QStringLiteral("a&b")) << "A?B";
+    QTest::newRow("wildcard-ends-shift") << Name(QStringLiteral("AäB")) << "{A}?{B}";
+    QTest::newRow("slash-is-typed") << Name(QStringLiteral("a/b")) << "A/B";
+    QTest::newRow("beyond-latin1-goes-on") << Name(QStringLiteral("a日b")) << "A?B";
+    QTest::newRow("empty") << AppDosName() << "";
 }
 
 void tst_CheckName::keys()
 {
-    QFETCH(QString, pattern);
-    QTEST(CheckName::Keys(pattern), "keys");
+    QFETCH(AppDosName, name);
+    QTEST(CheckName::Keys(name), "keys");
 }
 
 void tst_CheckName::faults_data()

@@ -3,7 +3,6 @@
 
 #include "CheckName.h"
 
-#include "AppCbmUtil.h"
 #include "AppDosName.h"
 
 #include <iterator>
@@ -45,6 +44,11 @@ QChar Glyph(unsigned char petscii)
     }
 }
 
+bool IsShiftedLetter(unsigned char petscii)
+{
+    return petscii >= 0xC1 && petscii <= 0xDA;
+}
+
 /// What stands in the way of typing a name.
 enum OBSTACLE {
     OBSTACLE_NONE,
@@ -80,8 +84,7 @@ OBSTACLE ObstacleOf(unsigned char petscii, bool atEdge)
         break;
     }
     const bool plain = petscii > 0x20 && petscii < 0x60;
-    const bool shiftedLetter = petscii >= 0xC1 && petscii <= 0xDA;
-    return plain || shiftedLetter ? OBSTACLE_NONE : OBSTACLE_NO_KEY;
+    return plain || IsShiftedLetter(petscii) ? OBSTACLE_NONE : OBSTACLE_NO_KEY;
 }
 
 OBSTACLE ObstacleAt(const AppDosName &name, int index, int length)
@@ -152,17 +155,24 @@ QString CheckName::Pattern(const AppDosName &name)
     return pattern;
 }
 
-QString CheckName::Keys(const QString &pattern)
+QString CheckName::Keys(const AppDosName &name)
 {
+    const int length = static_cast<int>(name.Length());
+    const quint32 wildcards = Wildcards(name);
     QString keys;
-    keys.reserve(pattern.size());
+    keys.reserve(length);
     bool shift = false;
-    for (const QChar c : pattern) {
-        const bool capital = c >= QLatin1Char('A') && c <= QLatin1Char('Z');
-        if (capital != shift)
-            keys.append(capital ? QLatin1Char('{') : QLatin1Char('}'));
-        shift = capital;
-        keys.append(capital ? c : Glyph(AppCbmUtil::AsciiToPetscii(c.toLatin1())));
+    for (int i = 0; i < length; ++i) {
+        const auto petscii = static_cast<unsigned char>(name.Bytes()[i]);
+        const bool isWildcard = (wildcards & (quint32(1) << i)) != 0;
+        const bool isShifted = !isWildcard && IsShiftedLetter(petscii);
+        if (isShifted != shift)
+            keys.append(isShifted ? QLatin1Char('{') : QLatin1Char('}'));
+        shift = isShifted;
+        if (isWildcard)
+            keys.append(QLatin1Char('?'));
+        else
+            keys.append(Glyph(isShifted ? petscii & 0x7F : petscii));
     }
     if (shift)
         keys.append(QLatin1Char('}'));

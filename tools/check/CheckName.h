@@ -28,8 +28,8 @@ public:
     /// `pat`: the name with a "?" for each of its wildcards. Empty for the empty name.
     static QString Pattern(const AppDosName &name);
 
-    /// The keys for a pattern: a letter is its capital, those typed with SHIFT stand in braces.
-    static QString Keys(const QString &pattern);
+    /// The keys for that pattern: a letter is its capital, those typed with SHIFT stand in braces.
+    static QString Keys(const AppDosName &name);
 
     /// What makes the name troublesome, a noun phrase each; empty if nothing does.
     static QStringList Faults(const AppDosName &name);

@@ -40,7 +40,7 @@ QString Title(const CheckShelf::PLACE &place)
 
 QString Keys(const CheckSection::ENTRY &entry)
 {
-    return entry.sent ? CheckName::Keys(CheckName::Pattern(entry.name)) : QString(NOTHING);
+    return entry.sent ? CheckName::Keys(entry.name) : QString(NOTHING);
 }
 
 /// Appends a cell and fills it up to the next column.
@@ -48,9 +48,9 @@ void AppendCell(const QString &cell, qsizetype width, QString *text)
 {
     constexpr int GAP = 2;
 
+    const qsizetype end = text->size() + std::max(width, qsizetype(cell.size())) + GAP;
     text->append(cell);
-    for (qsizetype i = cell.size(); i < width + GAP; ++i)
-        text->append(QLatin1Char(' '));
+    text->resize(end, QLatin1Char(' '));
 }
 
 void AppendEntries(const QVector<CheckSection::ENTRY> &entries, QString *text)
@@ -153,10 +153,9 @@ QJsonArray JsonRemarks(const QVector<CheckSection::REMARK> &remarks)
 QJsonObject JsonEntry(const CheckSection::ENTRY &entry)
 {
     const QJsonValue none;
-    const QString pattern = CheckName::Pattern(entry.name);
     return {{QStringLiteral("screen"), CheckName::Screen(entry.name)},
-            {QStringLiteral("keys"), entry.sent ? CheckName::Keys(pattern) : none},
-            {QStringLiteral("pattern"), entry.sent ? pattern : none},
+            {QStringLiteral("keys"), entry.sent ? CheckName::Keys(entry.name) : none},
+            {QStringLiteral("pattern"), entry.sent ? CheckName::Pattern(entry.name) : none},
             {QStringLiteral("kind"), QString(entry.type)},
             {QStringLiteral("file"), entry.file}};
 }

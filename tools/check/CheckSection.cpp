@@ -284,7 +284,7 @@ QString CheckSection::AdviceOnName(int index) const
 {
     const ENTRY &entry = mEntries.at(index);
     const CheckMatches::MATCH &match = mMatches.at(index);
-    const QString keys = CheckName::Keys(CheckName::Pattern(entry.name));
+    const QString keys = CheckName::Keys(entry.name);
     if (entry.sent && match.fits == 1)
         return tr("Type %1, or rename it.").arg(keys);
     if (entry.sent)
