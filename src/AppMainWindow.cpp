@@ -35,6 +35,12 @@ AppMainWindow::AppMainWindow(QWidget *parent, Qt::WindowFlags flags) : QMainWind
             &AppMainWindow::ChooseDiskDirectory);
     connect(mUi.programDirectoryBrowse, &QPushButton::clicked, this,
             &AppMainWindow::ChooseProgramDirectory);
+
+    mConsolePaint.setSingleShot(true);
+    mConsolePaint.setInterval(CONSOLE_PAINT_MS);
+    connect(mUi.console, &QPlainTextEdit::textChanged, this, &AppMainWindow::DelayConsolePaint);
+    connect(&mConsolePaint, &QTimer::timeout, mUi.console,
+            [this] { mUi.console->setUpdatesEnabled(true); });
 }
 
 AppMainWindow::~AppMainWindow()
@@ -75,6 +81,14 @@ void AppMainWindow::FillInterfaces()
 QPlainTextEdit *AppMainWindow::Console() const
 {
     return mUi.console;
+}
+
+void AppMainWindow::DelayConsolePaint()
+{
+    if (mConsolePaint.isActive())
+        return;
+    mUi.console->setUpdatesEnabled(false);
+    mConsolePaint.start();
 }
 
 void AppMainWindow::InterfaceChanged(int pIndex)

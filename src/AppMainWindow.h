@@ -6,6 +6,7 @@
 #include "ui_AppMainWindow.h"
 
 #include <QMainWindow>
+#include <QTimer>
 
 /// The main window: directories, interface, port, access restrictions and the console.
 ///
@@ -29,7 +30,10 @@ public:
     static void ChooseDirectory(QWidget *parent, const QString &caption, QLineEdit *field,
                                 QString *path);
 
-    /// The area that AppDiskHub::Log() writes to.
+    static constexpr int CONSOLE_PAINT_MS = 40; ///< lines that come within it are painted at once
+
+    /// The area that AppDiskHub::Log() writes to. It paints what it got a little later, so that a
+    /// burst of requests is not held up by painting after each.
     QPlainTextEdit *Console() const;
 
 public slots:
@@ -44,5 +48,8 @@ public slots:
 private:
     void FillInterfaces();
 
+    void DelayConsolePaint();
+
     Ui_AppMainWindow mUi;
+    QTimer mConsolePaint;
 };

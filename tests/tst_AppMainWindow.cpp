@@ -108,6 +108,7 @@ private slots:
     void consoleShowsTextAsItIs_data();
     void consoleShowsTextAsItIs();
     void consoleForgetsNothing();
+    void consolePaintsABurstAtOnce();
     void consoleCannotBeTypedInto();
     void requestsShowInTheConsole();
 
@@ -1194,6 +1195,21 @@ void tst_AppMainWindow::consoleShowsTextAsItIs()
     hub.ClearLog();
     hub->Log(text);
     QCOMPARE(hub.Log(), QStringList{text});
+}
+
+void tst_AppMainWindow::consolePaintsABurstAtOnce()
+{
+    const WindowFixture hub;
+    auto *const console = hub.The<QPlainTextEdit>("console");
+    QTRY_VERIFY(console->updatesEnabled());
+    hub->Log(QStringLiteral("first"));
+    hub->Log(QStringLiteral("second"));
+    QVERIFY(!console->updatesEnabled());
+    QCOMPARE(hub.LastLog(), QStringLiteral("second"));
+    QTRY_VERIFY(console->updatesEnabled());
+    hub->Log(QStringLiteral("third"));
+    QVERIFY(!console->updatesEnabled());
+    QTRY_VERIFY(console->updatesEnabled());
 }
 
 void tst_AppMainWindow::consoleForgetsNothing()
