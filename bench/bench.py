@@ -105,7 +105,7 @@ class Bench:
             f"error_log /dev/null; pid {self.work}/nginx-{port}.pid;\n"
             "events { worker_connections 1024; }\n"
             f"http {{ access_log off; client_body_temp_path {root}; client_max_body_size 100m;\n"
-            f" keepalive_timeout 0; server {{ listen 127.0.0.1:{port} backlog=512; root {root};\n"
+            f" keepalive_timeout 0; server {{ listen 127.0.0.1:{port} backlog=4096; root {root};\n"
             " location / { dav_methods PUT; create_full_put_path on; } } }\n")
         return Server(["nginx", "-c", str(conf), "-p", str(self.work)], port)
 

@@ -20,6 +20,10 @@
 #include <algorithm>
 #include <utility>
 
+#if QT_VERSION < QT_VERSION_CHECK(6, 3, 0) && defined(Q_OS_UNIX)
+#include <sys/socket.h>
+#endif
+
 namespace
 {
 
@@ -28,7 +32,10 @@ const QLatin1String ORGANISATION("Tesseline LLC");
 const QLatin1String APPLICATION("Disk Hub");
 
 constexpr int DEFAULT_PORT = 80;
-constexpr int LISTEN_BACKLOG = 512; // connections that wait while one is being served
+
+// Connections that wait while one is being served, as far as the system lets them: one that finds
+// no room is tried again after seconds, and what it has sent by then may come too late.
+constexpr int LISTEN_BACKLOG = 4096;
 
 // The type column of a listing, by AppPackage::DISKTYPE.
 const char *const DISK_TYPES[] = {"d64", "d71", "d81", "d80", "d82"};
@@ -198,6 +205,10 @@ int AppDiskHub::StartServer()
         mServer = nullptr;
         return -1;
     }
+#if QT_VERSION < QT_VERSION_CHECK(6, 3, 0) && defined(Q_OS_UNIX)
+    // These versions ask for 50 and have no call to change it. Listening again does.
+    ::listen(static_cast<int>(mServer->socketDescriptor()), LISTEN_BACKLOG);
+#endif
     Log(tr("Server running on IP: %1 PORT: %2").arg(address.toString()).arg(mPort));
     connect(mServer, &QTcpServer::newConnection, this, &AppDiskHub::HandleRequest);
     return 0;

@@ -11,6 +11,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <csignal>
 #include <sys/socket.h>
 
 constexpr int TIMEOUT_MS = 60000;
@@ -77,6 +78,8 @@ public:
         mProcess.kill();
         mProcess.waitForFinished(TIMEOUT_MS);
     }
+
+    void Signal(int signal) const { ::kill(pid_t(Id()), signal); }
 
     bool WaitForEnd() { return mProcess.waitForFinished(TIMEOUT_MS); }
 

@@ -270,14 +270,20 @@ void tst_Faults::clientsAtOnceAreAllAnswered()
     QVERIFY(FillConsole(hub));
     const int descriptors = hub.Descriptors();
 
+    // The hub rests until all are there, so that none of them is served in between.
+    hub.Signal(SIGSTOP);
     Sockets devices;
+    int sent = 0;
     int closed = 0;
     for (int i = 0; i < clients; ++i) {
         devices.push_back(std::make_unique<QTcpSocket>());
+        connect(devices.back().get(), &QTcpSocket::bytesWritten, this, [&sent] { ++sent; });
         connect(devices.back().get(), &QTcpSocket::disconnected, this, [&closed] { ++closed; });
         hub.Connect(devices.back().get());
         devices.back()->write(request);
     }
+    QTRY_COMPARE_WITH_TIMEOUT(sent, clients, GONE_TIMEOUT_MS);
+    hub.Signal(SIGCONT);
     QTRY_COMPARE_WITH_TIMEOUT(closed, clients, GONE_TIMEOUT_MS);
     for (const std::unique_ptr<QTcpSocket> &device : devices) {
         QCOMPARE(device->error(), QAbstractSocket::RemoteHostClosedError);

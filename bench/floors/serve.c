@@ -117,7 +117,7 @@ int main(int argc, char **argv)
     struct sockaddr_in a = {.sin_family = AF_INET,
                             .sin_port = htons((unsigned short)atoi(argv[1])),
                             .sin_addr.s_addr = htonl(INADDR_LOOPBACK)};
-    if (bind(server, (struct sockaddr *)&a, sizeof a) != 0 || listen(server, 512) != 0)
+    if (bind(server, (struct sockaddr *)&a, sizeof a) != 0 || listen(server, 4096) != 0)
         return 1;
 
     int canned = strcmp(argv[2], "canned") == 0, files = strcmp(argv[2], "files") == 0;
