@@ -3,65 +3,20 @@
 
 #include "AppPackage.h"
 
-#include <QtEndian>
+#include "AppPackageFormat.h"
+#include "MxEndian.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
 
+using namespace AppPackageFormat;
+using MxEndian::LeAt;
+using MxEndian::PutLe;
+
 namespace
 {
-
-// The wire form. Integers are little-endian, offsets and sizes in bytes.
-
-// Package header, at the start.
-constexpr quint32 PACKAGE_MAGIC = 0x73CA241F; // bytes 1F 24 CA 73
-constexpr qsizetype PACKAGE_MAGIC_OFFSET = 0;
-constexpr quint16 PACKAGE_VERSION = 0;
-constexpr qsizetype PACKAGE_VERSION_OFFSET = 4;
-constexpr qsizetype PACKAGE_RESULT_OFFSET = 6;     // qint8: low byte of the result code
-constexpr qsizetype PACKAGE_COUNT_OFFSET = 7;      // quint8: objects
-constexpr qsizetype PACKAGE_TOTAL_SIZE_OFFSET = 8; // quint32: bytes after the header
-constexpr qsizetype PACKAGE_ENTRIES_OFFSET = 16;   // the directory; unused entries are zero
-constexpr qsizetype PACKAGE_HEADER_SIZE = 496;
-static_assert(PACKAGE_ENTRIES_OFFSET + AppPackage::OBJECTS_MAX * AppPackage::ENTRY_SIZE ==
-                  PACKAGE_HEADER_SIZE,
-              "the directory fills the header");
-
-// Directory entry of one object.
-constexpr qsizetype ENTRY_TYPE_OFFSET = 0;  // quint8: OBJECT_PROGRAM or OBJECT_DISK
-constexpr qsizetype ENTRY_FLAGS_OFFSET = 1; // quint8
-constexpr qsizetype ENTRY_SIZE_OFFSET = 4;  // quint32: bytes of the data block
-constexpr qsizetype ENTRY_NAME_OFFSET = 8;  // AppDosName::SIZE bytes, PETSCII
-static_assert(ENTRY_NAME_OFFSET + AppDosName::SIZE == AppPackage::ENTRY_SIZE,
-              "the name ends the entry");
-constexpr quint8 OBJECT_PROGRAM = 0;
-constexpr quint8 OBJECT_DISK = 1;
-constexpr quint8 FLAG_REPLACE = 0x01;
-
-// Disk header, at the start of a disk's data block.
-constexpr quint32 DISK_HEADER_MAGIC = 0x715C13A6; // bytes A6 13 5C 71
-constexpr qsizetype DISK_HEADER_MAGIC_OFFSET = 0;
-constexpr qsizetype DISK_HEADER_SIZE_OFFSET = 4;      // quint32: where the image starts
-constexpr qsizetype DISK_HEADER_DATA_SIZE_OFFSET = 8; // quint32: the image before padding
-constexpr qsizetype DISK_HEADER_TYPE_OFFSET = 12;     // quint8: DISKTYPE
-constexpr qsizetype DISK_HEADER_NAME_OFFSET = 32;     // AppDosName::SIZE bytes, as in the entry
-constexpr qsizetype DISK_HEADER_SIZE = 4096;
-constexpr qsizetype DISK_ALIGNMENT = 4096; // images are padded with zeros to a multiple
-
-/// The little-endian T at byte `offset`. The caller has checked that it lies inside.
-template <typename T> T LeAt(const QByteArray &bytes, qint64 offset)
-{
-    Q_ASSERT(offset >= 0 && offset <= bytes.size() - static_cast<qint64>(sizeof(T)));
-    return qFromLittleEndian<T>(bytes.constData() + offset);
-}
-
-/// Writes `value` at `bytes` + `offset`, little-endian.
-template <typename T> void PutLe(char *bytes, qsizetype offset, T value)
-{
-    qToLittleEndian<T>(value, bytes + offset);
-}
 
 /// Up to `size` bytes at `offset`: what is there of them.
 QByteArray BytesAt(const QByteArray &bytes, qint64 offset, quint32 size)
@@ -131,7 +86,7 @@ int ReadObjects(const QByteArray &in, OBJECTS *objects)
     qint64 dataOffset = PACKAGE_HEADER_SIZE;
     // A count above OBJECTS_MAX is not refused: the entries go on where the data begin.
     for (int i = 0; i < count; ++i) {
-        const qint64 entryOffset = PACKAGE_ENTRIES_OFFSET + i * AppPackage::ENTRY_SIZE;
+        const qint64 entryOffset = EntryOffset(i);
         if (in.size() - entryOffset < AppPackage::ENTRY_SIZE)
             return -1;
         const QByteArray entry =
@@ -234,8 +189,8 @@ int AppPackage::Export(QByteArray *out) const
     const auto appendObject = [&](const auto &object) {
         QVector<OBJECTINFO> packed;
         Pack(object, &packed);
-        std::memcpy(out->data() + headerOffset + PACKAGE_ENTRIES_OFFSET + count * ENTRY_SIZE,
-                    packed.constFirst().entry, ENTRY_SIZE);
+        std::memcpy(out->data() + headerOffset + EntryOffset(count), packed.constFirst().entry,
+                    ENTRY_SIZE);
         out->append(packed.constFirst().block);
         ++count;
     };

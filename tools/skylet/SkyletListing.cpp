@@ -4,7 +4,7 @@
 #include "SkyletListing.h"
 
 #include "AppCbmUtil.h"
-#include "SkyletWire.h"
+#include "MxEndian.h"
 
 namespace
 {
@@ -31,7 +31,7 @@ int SkyletListing::Parse(const QByteArray &program, QVector<LINE> *lines)
     lines->clear();
     qint64 offset = LOAD_ADDRESS_SIZE;
     while (program.size() - offset >= qint64(sizeof(quint16))) {
-        if (SkyletWire::LeAt<quint16>(program, offset) == 0)
+        if (MxEndian::LeAt<quint16>(program, offset) == 0)
             return 0;
         const auto end = program.size() - offset < LINE_TEXT_OFFSET
                              ? -1
@@ -40,7 +40,7 @@ int SkyletListing::Parse(const QByteArray &program, QVector<LINE> *lines)
             return -1;
         const qint64 textOffset = offset + LINE_TEXT_OFFSET;
         lines->append(
-            {SkyletWire::LeAt<quint16>(program, offset + LINE_NUMBER_OFFSET),
+            {MxEndian::LeAt<quint16>(program, offset + LINE_NUMBER_OFFSET),
              program.mid(static_cast<int>(textOffset), static_cast<int>(end - textOffset))});
         offset = end + 1;
     }

@@ -4,11 +4,13 @@
 #include "SkyletReply.h"
 
 #include "AppPackage.h"
-#include "SkyletWire.h"
+#include "AppPackageFormat.h"
+#include "MxEndian.h"
 
 #include <algorithm>
 
-using namespace SkyletWire;
+using namespace AppPackageFormat;
+using MxEndian::LeAt;
 
 namespace
 {
@@ -94,13 +96,14 @@ SkyletReply::STATUS ReadHead(const QByteArray &bytes, HEAD *head)
 
 SkyletReply::STATUS CheckDiskBlock(const QByteArray &body, qint64 offset, quint32 size)
 {
-    if (size < DISK_HEADER_SIZE || LeAt<quint32>(body, offset) != DISK_HEADER_MAGIC)
+    if (size < DISK_HEADER_SIZE ||
+        LeAt<quint32>(body, offset + DISK_HEADER_MAGIC_OFFSET) != DISK_HEADER_MAGIC)
         return SkyletReply::BAD_DISK_HEADER;
-    const qint64 imageOffset = LeAt<quint32>(body, offset + DISK_IMAGE_OFFSET);
-    const qint64 imageSize = LeAt<quint32>(body, offset + DISK_IMAGE_SIZE_OFFSET);
+    const qint64 imageOffset = LeAt<quint32>(body, offset + DISK_HEADER_SIZE_OFFSET);
+    const qint64 imageSize = LeAt<quint32>(body, offset + DISK_HEADER_DATA_SIZE_OFFSET);
     const bool inside =
         imageOffset >= DISK_HEADER_SIZE && imageOffset <= size && imageSize <= size - imageOffset;
-    const quint8 type = LeAt<quint8>(body, offset + DISK_TYPE_OFFSET);
+    const quint8 type = LeAt<quint8>(body, offset + DISK_HEADER_TYPE_OFFSET);
     return inside && type <= AppPackage::DISK_D82 ? SkyletReply::VALID
                                                   : SkyletReply::BAD_DISK_HEADER;
 }
@@ -129,13 +132,13 @@ SkyletReply::STATUS CheckPackage(const QByteArray &body)
 {
     if (body.size() < PACKAGE_HEADER_SIZE)
         return SkyletReply::NO_PACKAGE;
-    if (LeAt<quint32>(body, 0) != PACKAGE_MAGIC)
+    if (LeAt<quint32>(body, PACKAGE_MAGIC_OFFSET) != PACKAGE_MAGIC)
         return SkyletReply::BAD_MAGIC;
-    if (LeAt<quint16>(body, PACKAGE_VERSION_OFFSET) != 0)
+    if (LeAt<quint16>(body, PACKAGE_VERSION_OFFSET) != PACKAGE_VERSION)
         return SkyletReply::BAD_VERSION;
     if (LeAt<quint8>(body, PACKAGE_COUNT_OFFSET) > AppPackage::OBJECTS_MAX)
         return SkyletReply::BAD_COUNT;
-    if (LeAt<quint32>(body, PACKAGE_TOTAL_OFFSET) != body.size() - PACKAGE_HEADER_SIZE)
+    if (LeAt<quint32>(body, PACKAGE_TOTAL_SIZE_OFFSET) != body.size() - PACKAGE_HEADER_SIZE)
         return SkyletReply::BAD_SIZES;
     return CheckObjects(body);
 }

@@ -4,7 +4,8 @@
 #include "SkyletUpload.h"
 
 #include "AppMediaMgr.h"
-#include "SkyletWire.h"
+#include "AppPackageFormat.h"
+#include "MxEndian.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -37,10 +38,11 @@ int MakeName(const QString &text, AppDosName *name)
 
 void AskToReplace(QByteArray *package)
 {
-    const int count = SkyletWire::LeAt<quint8>(*package, SkyletWire::PACKAGE_COUNT_OFFSET);
+    const int count = MxEndian::LeAt<quint8>(*package, AppPackageFormat::PACKAGE_COUNT_OFFSET);
     for (int i = 0; i < count; ++i) {
-        char *const entry = package->data() + SkyletWire::EntryOffset(i);
-        entry[SkyletWire::ENTRY_FLAGS_OFFSET] = static_cast<char>(SkyletWire::FLAG_REPLACE);
+        char *const entry = package->data() + AppPackageFormat::EntryOffset(i);
+        entry[AppPackageFormat::ENTRY_FLAGS_OFFSET] =
+            static_cast<char>(AppPackageFormat::FLAG_REPLACE);
     }
 }
 
