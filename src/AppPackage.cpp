@@ -31,12 +31,42 @@ qsizetype PaddedSize(qsizetype size)
     return (size + DISK_ALIGNMENT - 1) / DISK_ALIGNMENT * DISK_ALIGNMENT;
 }
 
-void PutEntry(AppPackage::OBJECTINFO *object, quint8 type, const AppDosName &name)
+void PutEntry(char *entry, quint8 type, qsizetype blockSize, const AppDosName &name)
 {
-    std::memset(object->entry, 0, sizeof(object->entry));
-    PutLe<quint8>(object->entry, ENTRY_TYPE_OFFSET, type);
-    PutLe<quint32>(object->entry, ENTRY_SIZE_OFFSET, static_cast<quint32>(object->block.size()));
-    std::memcpy(object->entry + ENTRY_NAME_OFFSET, name.Bytes(), AppDosName::SIZE);
+    std::memset(entry, 0, AppPackage::ENTRY_SIZE);
+    PutLe<quint8>(entry, ENTRY_TYPE_OFFSET, type);
+    PutLe<quint32>(entry, ENTRY_SIZE_OFFSET, static_cast<quint32>(blockSize));
+    std::memcpy(entry + ENTRY_NAME_OFFSET, name.Bytes(), AppDosName::SIZE);
+}
+
+qsizetype BlockSize(const AppPackage::PROGRAM &program)
+{
+    return program.data.size();
+}
+
+qsizetype BlockSize(const AppPackage::DISK &disk)
+{
+    return DISK_HEADER_SIZE + PaddedSize(disk.data.size());
+}
+
+/// Appends the data block. Its size is BlockSize().
+void AppendBlock(const AppPackage::PROGRAM &program, QByteArray *out)
+{
+    out->append(program.data);
+}
+
+void AppendBlock(const AppPackage::DISK &disk, QByteArray *out)
+{
+    char header[DISK_HEADER_SIZE] = {};
+    PutLe<quint32>(header, DISK_HEADER_MAGIC_OFFSET, DISK_HEADER_MAGIC);
+    PutLe<quint32>(header, DISK_HEADER_SIZE_OFFSET, DISK_HEADER_SIZE);
+    PutLe<quint32>(header, DISK_HEADER_DATA_SIZE_OFFSET, static_cast<quint32>(disk.data.size()));
+    PutLe<quint8>(header, DISK_HEADER_TYPE_OFFSET, static_cast<quint8>(disk.type));
+    std::memcpy(header + DISK_HEADER_NAME_OFFSET, disk.name.Bytes(), AppDosName::SIZE);
+
+    out->append(header, static_cast<int>(DISK_HEADER_SIZE));
+    out->append(disk.data);
+    out->append(static_cast<int>(PaddedSize(disk.data.size()) - disk.data.size()), '\0');
 }
 
 /// How many of `disks` fit into a package beside its program, if it has one.
@@ -142,38 +172,26 @@ int AppPackage::AddDisk(DISKTYPE type, const AppDosName &name, const QByteArray 
 void AppPackage::Pack(const PROGRAM &object, QVector<OBJECTINFO> *objects) const
 {
     OBJECTINFO packed;
-    packed.block = object.data;
-    PutEntry(&packed, OBJECT_PROGRAM, object.name);
+    PutEntry(packed.entry, OBJECT_PROGRAM, BlockSize(object), object.name);
+    AppendBlock(object, &packed.block);
     objects->append(packed);
 }
 
 void AppPackage::Pack(const DISK &object, QVector<OBJECTINFO> *objects) const
 {
-    const qsizetype blockSize = DISK_HEADER_SIZE + PaddedSize(object.data.size());
     OBJECTINFO packed;
-    packed.block = QByteArray(static_cast<int>(blockSize), Qt::Uninitialized);
-
-    char *const header = packed.block.data();
-    std::memset(header, 0, DISK_HEADER_SIZE);
-    PutLe<quint32>(header, DISK_HEADER_MAGIC_OFFSET, DISK_HEADER_MAGIC);
-    PutLe<quint32>(header, DISK_HEADER_SIZE_OFFSET, DISK_HEADER_SIZE);
-    PutLe<quint32>(header, DISK_HEADER_DATA_SIZE_OFFSET, static_cast<quint32>(object.data.size()));
-    PutLe<quint8>(header, DISK_HEADER_TYPE_OFFSET, static_cast<quint8>(object.type));
-    std::memcpy(header + DISK_HEADER_NAME_OFFSET, object.name.Bytes(), AppDosName::SIZE);
-
-    char *const imageEnd =
-        std::copy(object.data.cbegin(), object.data.cend(), header + DISK_HEADER_SIZE);
-    std::fill(imageEnd, header + blockSize, '\0');
-    PutEntry(&packed, OBJECT_DISK, object.name);
+    packed.block.reserve(static_cast<int>(BlockSize(object)));
+    PutEntry(packed.entry, OBJECT_DISK, BlockSize(object), object.name);
+    AppendBlock(object, &packed.block);
     objects->append(packed);
 }
 
 qsizetype AppPackage::ExportSize() const
 {
-    qsizetype size = PACKAGE_HEADER_SIZE + program.data.size();
+    qsizetype size = PACKAGE_HEADER_SIZE + BlockSize(program);
     const int numDisks = DisksThatFit(*this);
     for (int i = 0; i < numDisks; ++i)
-        size += DISK_HEADER_SIZE + PaddedSize(Disk(i)->data.size());
+        size += BlockSize(*Disk(i));
     return size;
 }
 
@@ -184,21 +202,19 @@ int AppPackage::Export(QByteArray *out) const
     out->reserve(static_cast<int>(headerOffset + exportSize));
     out->append(static_cast<int>(PACKAGE_HEADER_SIZE), '\0');
 
-    // One block at a time: only one is ever held beside the data and the result.
+    // Each block goes to its place at once: no copy of it is held beside the data and the result.
     int count = 0;
-    const auto appendObject = [&](const auto &object) {
-        QVector<OBJECTINFO> packed;
-        Pack(object, &packed);
-        std::memcpy(out->data() + headerOffset + EntryOffset(count), packed.constFirst().entry,
-                    ENTRY_SIZE);
-        out->append(packed.constFirst().block);
+    const auto appendObject = [&](quint8 type, const auto &object) {
+        PutEntry(out->data() + headerOffset + EntryOffset(count), type, BlockSize(object),
+                 object.name);
+        AppendBlock(object, out);
         ++count;
     };
     if (!program.data.isEmpty())
-        appendObject(program);
+        appendObject(OBJECT_PROGRAM, program);
     const int numDisks = DisksThatFit(*this);
     for (int i = 0; i < numDisks; ++i)
-        appendObject(*Disk(i));
+        appendObject(OBJECT_DISK, *Disk(i));
 
     char *const header = out->data() + headerOffset;
     PutLe<quint32>(header, PACKAGE_MAGIC_OFFSET, PACKAGE_MAGIC);
