@@ -252,7 +252,7 @@ void AppDiskHub::ScanInterfaces()
 
 void AppDiskHub::Log(const QString &text)
 {
-    mMainWindow->Console()->appendPlainText(text);
+    mMainWindow->AppendToConsole(text);
 }
 
 void AppDiskHub::SyncUi()

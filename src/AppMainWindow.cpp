@@ -6,9 +6,13 @@
 #include "AppAccessRestrictionsDialog.h"
 #include "AppDiskHub.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QFileDialog>
 #include <QIcon>
+#include <QScrollBar>
 #include <QSignalBlocker>
+#include <QTextCursor>
+#include <QTextDocument>
 
 /// Links the compiled resources into every program that has a window; they register themselves
 /// before main(). At global scope, as the macro asks for.
@@ -36,11 +40,11 @@ AppMainWindow::AppMainWindow(QWidget *parent, Qt::WindowFlags flags) : QMainWind
     connect(mUi.programDirectoryBrowse, &QPushButton::clicked, this,
             &AppMainWindow::ChooseProgramDirectory);
 
-    mConsolePaint.setSingleShot(true);
-    mConsolePaint.setInterval(CONSOLE_PAINT_MS);
-    connect(mUi.console, &QPlainTextEdit::textChanged, this, &AppMainWindow::DelayConsolePaint);
-    connect(&mConsolePaint, &QTimer::timeout, mUi.console,
-            [this] { mUi.console->setUpdatesEnabled(true); });
+    // Nobody can undo what the hub writes, and the history takes more memory than the text.
+    mUi.console->setUndoRedoEnabled(false);
+    mConsoleDelay.setSingleShot(true);
+    mConsoleDelay.setInterval(CONSOLE_DELAY_MS);
+    connect(&mConsoleDelay, &QTimer::timeout, this, &AppMainWindow::ReleaseConsole);
 }
 
 AppMainWindow::~AppMainWindow()
@@ -83,12 +87,38 @@ QPlainTextEdit *AppMainWindow::Console() const
     return mUi.console;
 }
 
-void AppMainWindow::DelayConsolePaint()
+void AppMainWindow::AppendToConsole(const QString &text)
 {
-    if (mConsolePaint.isActive())
-        return;
+    if (!mConsoleDelay.isActive())
+        HoldConsole();
+    QTextDocument *const document = mUi.console->document();
+    const QSignalBlocker blocker(document->documentLayout()); // nobody lays out what is new
+    QTextCursor end(document);
+    end.beginEditBlock();
+    end.movePosition(QTextCursor::End);
+    if (!document->isEmpty())
+        end.insertBlock();
+    end.insertText(text);
+    end.endEditBlock();
+}
+
+void AppMainWindow::HoldConsole()
+{
+    const QScrollBar *const bar = mUi.console->verticalScrollBar();
+    mConsoleAtEnd = bar->value() == bar->maximum();
     mUi.console->setUpdatesEnabled(false);
-    mConsolePaint.start();
+    mConsoleDelay.start();
+}
+
+void AppMainWindow::ReleaseConsole()
+{
+    mUi.console->setUpdatesEnabled(true);
+    // The signal that was held back when the lines came; the scroll bar follows it.
+    QAbstractTextDocumentLayout *const layout = mUi.console->document()->documentLayout();
+    emit layout->documentSizeChanged(layout->documentSize());
+    QScrollBar *const bar = mUi.console->verticalScrollBar();
+    if (mConsoleAtEnd)
+        bar->setValue(bar->maximum());
 }
 
 void AppMainWindow::InterfaceChanged(int pIndex)

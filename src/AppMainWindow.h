@@ -30,11 +30,16 @@ public:
     static void ChooseDirectory(QWidget *parent, const QString &caption, QLineEdit *field,
                                 QString *path);
 
-    static constexpr int CONSOLE_PAINT_MS = 40; ///< lines that come within it are painted at once
+    /// Lines that come within it are laid out and painted at once.
+    static constexpr int CONSOLE_DELAY_MS = 40;
 
-    /// The area that AppDiskHub::Log() writes to. It paints what it got a little later, so that a
-    /// burst of requests is not held up by painting after each.
+    /// The area that AppDiskHub::Log() writes to.
     QPlainTextEdit *Console() const;
+
+    /// Appends a line to the console, as its appendPlainText() would, and scrolls to it if the end
+    /// was in view. The text is there at once; what takes longer than a request waits for
+    /// CONSOLE_DELAY_MS: laying it out, scrolling, painting.
+    void AppendToConsole(const QString &text);
 
 public slots:
     void InterfaceChanged(int pIndex);
@@ -48,8 +53,10 @@ public slots:
 private:
     void FillInterfaces();
 
-    void DelayConsolePaint();
+    void HoldConsole();
+    void ReleaseConsole();
 
     Ui_AppMainWindow mUi;
-    QTimer mConsolePaint;
+    QTimer mConsoleDelay;
+    bool mConsoleAtEnd = true; ///< while the console is held: its end was in view before
 };

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QToolBar>
@@ -108,7 +109,10 @@ private slots:
     void consoleShowsTextAsItIs_data();
     void consoleShowsTextAsItIs();
     void consoleForgetsNothing();
-    void consolePaintsABurstAtOnce();
+    void consoleKeepsNoHistory();
+    void consoleShowsABurstAtOnce();
+    void consoleLooksAsIfAppendedTo_data();
+    void consoleLooksAsIfAppendedTo();
     void consoleCannotBeTypedInto();
     void requestsShowInTheConsole();
 
@@ -1197,19 +1201,80 @@ void tst_AppMainWindow::consoleShowsTextAsItIs()
     QCOMPARE(hub.Log(), QStringList{text});
 }
 
-void tst_AppMainWindow::consolePaintsABurstAtOnce()
+void tst_AppMainWindow::consoleKeepsNoHistory()
 {
     const WindowFixture hub;
-    auto *const console = hub.The<QPlainTextEdit>("console");
-    QTRY_VERIFY(console->updatesEnabled());
     hub->Log(QStringLiteral("first"));
     hub->Log(QStringLiteral("second"));
-    QVERIFY(!console->updatesEnabled());
+    QVERIFY(!hub.Console()->document()->isUndoAvailable());
     QCOMPARE(hub.LastLog(), QStringLiteral("second"));
-    QTRY_VERIFY(console->updatesEnabled());
-    hub->Log(QStringLiteral("third"));
-    QVERIFY(!console->updatesEnabled());
-    QTRY_VERIFY(console->updatesEnabled());
+}
+
+void tst_AppMainWindow::consoleShowsABurstAtOnce()
+{
+    const WindowFixture hub;
+    const QPlainTextEdit *const console = hub.Console();
+    for (int burst = 0; burst < 2; ++burst) {
+        QTRY_VERIFY(console->updatesEnabled());
+        const int before = console->verticalScrollBar()->maximum();
+        for (int i = 0; i < 100; ++i)
+            hub->Log(QString::number(i));
+        QCOMPARE(hub.LastLog(), QStringLiteral("99"));
+        QVERIFY(!console->updatesEnabled());
+        QCOMPARE(console->verticalScrollBar()->maximum(), before);
+        QTRY_VERIFY(console->updatesEnabled());
+        QVERIFY(console->verticalScrollBar()->maximum() > before);
+    }
+}
+
+void tst_AppMainWindow::consoleLooksAsIfAppendedTo_data()
+{
+    QTest::addColumn<int>("first");
+    QTest::addColumn<int>("second");
+    QTest::addColumn<int>("length");
+    QTest::addColumn<int>("scrolledTo");
+
+    QTest::newRow("few-lines") << 1 << 2 << 10 << -1;
+    QTest::newRow("lines-that-begin-to-scroll") << 2 << 100 << 10 << -1;
+    QTest::newRow("lines-that-scroll-on") << 100 << 3 << 10 << -1;
+    QTest::newRow("lines-that-wrap") << 1 << 20 << 500 << -1;
+    QTest::newRow("reader-at-the-beginning") << 100 << 10 << 10 << 0;
+    QTest::newRow("reader-in-the-middle") << 100 << 10 << 10 << 50;
+}
+
+void tst_AppMainWindow::consoleLooksAsIfAppendedTo()
+{
+    QFETCH(const int, first);
+    QFETCH(const int, second);
+    QFETCH(const int, length);
+    QFETCH(const int, scrolledTo);
+    const WindowFixture hub;
+    hub.ClearLog();
+    QPlainTextEdit model;
+    model.setReadOnly(true);
+    model.resize(hub.Console()->size());
+    model.show();
+    const auto append = [&](int lines) {
+        for (int i = 0; i < lines; ++i) {
+            const QString line = QString::number(i).repeated(length);
+            hub->Log(line);
+            model.appendPlainText(line);
+        }
+        QTRY_VERIFY(hub.Console()->updatesEnabled());
+    };
+    append(first);
+    if (scrolledTo >= 0) {
+        hub.Console()->verticalScrollBar()->setValue(scrolledTo);
+        model.verticalScrollBar()->setValue(scrolledTo);
+    }
+    append(second);
+    QCOMPARE(hub.Console()->toPlainText(), model.toPlainText());
+    // Lines to the end; how many there are is an estimate until all have been laid out.
+    const auto below = [](const QPlainTextEdit &console) {
+        return console.verticalScrollBar()->maximum() - console.verticalScrollBar()->value();
+    };
+    QCOMPARE(below(*hub.Console()), below(model));
+    QCOMPARE(hub.Console()->viewport()->grab().toImage(), model.viewport()->grab().toImage());
 }
 
 void tst_AppMainWindow::consoleForgetsNothing()
