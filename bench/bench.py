@@ -237,6 +237,7 @@ class Bench:
         hub = self.hub(images, self.work / "none")
         self.memory(hub, disks, payload, "DOWNLOAD, 20 MB")
         rivals = {"C: read the files, write the socket": (self.floor("serve", "files", images), disks, 2.0),
+                  "C: the same, memory given back": (self.floor("serve", "fresh", images), disks, None),
                   "bare QTcpServer, ready bytes": (self.floor("ServeQt", "canned", ready / "all"), disks, None),
                   "nginx, ready file": (self.nginx(ready), get, None),
                   "python's http.server, ready file": (self.http_server(ready), get, None)}

@@ -5,12 +5,14 @@
  *
  *   serve PORT canned FILE     answers with the bytes of FILE, read once
  *   serve PORT files DIR       reads all files of DIR for each request and sends them
+ *   serve PORT fresh DIR       the same, and gives the memory back after each
  *   serve PORT store DIR       cuts each body into 19 parts and writes them to DIR
  */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
 #include <dirent.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <stdio.h>
@@ -120,7 +122,8 @@ int main(int argc, char **argv)
     if (bind(server, (struct sockaddr *)&a, sizeof a) != 0 || listen(server, 4096) != 0)
         return 1;
 
-    int canned = strcmp(argv[2], "canned") == 0, files = strcmp(argv[2], "files") == 0;
+    int canned = strcmp(argv[2], "canned") == 0, fresh = strcmp(argv[2], "fresh") == 0;
+    int files = fresh || strcmp(argv[2], "files") == 0;
     struct bytes request = {0}, answer = {0};
     if (canned)
         add_file(&answer, AT_FDCWD, argv[3]);
@@ -138,5 +141,10 @@ int main(int argc, char **argv)
         send_all(fd, head, (size_t)n);
         send_all(fd, answer.data, answer.size);
         close(fd);
+        if (fresh) {
+            free(answer.data);
+            answer = (struct bytes){0};
+            malloc_trim(0);
+        }
     }
 }
