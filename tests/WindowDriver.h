@@ -24,6 +24,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QTranslator>
+#include <QVector>
 
 #include <algorithm>
 #include <functional>
@@ -412,6 +413,34 @@ inline void AddDirectoryNameRows()
             QTest::addRow("%s-%s", which == 0 ? "disks" : "programs", name.first)
                 << which << name.second;
     }
+}
+
+/// What chooses one of the two directories of a window: its controls, the member of T that holds
+/// it, and the chooser's caption.
+template <typename T> struct DIRECTORY {
+    const char *field;
+    const char *browse;
+    QString T::*member;
+    QString caption;
+};
+
+/// The same for both, the disks' first.
+template <typename T>
+QVector<DIRECTORY<T>> Directories(QString T::*diskMember, QString T::*programMember)
+{
+    return {{"diskDirectory", "diskDirectoryBrowse", diskMember,
+             QStringLiteral("Select Disk Directory")},
+            {"programDirectory", "programDirectoryBrowse", programMember,
+             QStringLiteral("Select Program Directory")}};
+}
+
+/// A row for each of Directories(), by its index.
+inline void AddDirectoryRows()
+{
+    QTest::addColumn<int>("which");
+
+    QTest::newRow("disks") << 0;
+    QTest::newRow("programs") << 1;
 }
 
 } // namespace WindowDriver

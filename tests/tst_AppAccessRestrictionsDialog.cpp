@@ -313,28 +313,7 @@ int SearchAs(const HubFixture &hub, const QString &name, const QString &digest)
         .result;
 }
 
-/// The two directories of a user: their controls and field, and the chooser's caption.
-struct DIRECTORY {
-    const char *field;
-    const char *browse;
-    QString USER::*member;
-    QString caption;
-};
-
-const DIRECTORY DIRECTORIES[] = {
-    {"diskDirectory", "diskDirectoryBrowse", &USER::disk_dir,
-     QStringLiteral("Select Disk Directory")},
-    {"programDirectory", "programDirectoryBrowse", &USER::program_dir,
-     QStringLiteral("Select Program Directory")},
-};
-
-void AddDirectoryRows()
-{
-    QTest::addColumn<int>("which");
-
-    QTest::newRow("disks") << 0;
-    QTest::newRow("programs") << 1;
-}
+const QVector<DIRECTORY<USER>> DIRECTORIES = Directories(&USER::disk_dir, &USER::program_dir);
 
 void AddNameRows()
 {
@@ -565,7 +544,7 @@ void tst_AppAccessRestrictionsDialog::directoriesAreReadOnly()
     const DialogFixture hub;
     hub.Select(0);
     const QStringList users = hub.Users();
-    for (const DIRECTORY &directory : DIRECTORIES) {
+    for (const DIRECTORY<USER> &directory : DIRECTORIES) {
         auto *const field = hub.The<QLineEdit>(directory.field);
         QVERIFY(field->isReadOnly());
         const QString text = field->text();
@@ -1253,7 +1232,7 @@ void tst_AppAccessRestrictionsDialog::chooserIsSetUp_data()
 void tst_AppAccessRestrictionsDialog::chooserIsSetUp()
 {
     QFETCH(const int, which);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<USER> &directory = DIRECTORIES[which];
     const DialogFixture hub;
     hub.Select(0);
     ModalAnswer<QFileDialog> answer([&](QFileDialog *chooser) {
@@ -1276,7 +1255,7 @@ void tst_AppAccessRestrictionsDialog::chooserForgetsTheStoredDirectory_data()
 void tst_AppAccessRestrictionsDialog::chooserForgetsTheStoredDirectory()
 {
     QFETCH(const int, which);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<USER> &directory = DIRECTORIES[which];
     const QTemporaryDir stored;
     QList<USER> users = ThreeUsers();
     users[0].*directory.member = stored.path();
@@ -1299,7 +1278,7 @@ void tst_AppAccessRestrictionsDialog::chosenDirectoryIsStored()
 {
     QFETCH(const int, which);
     QFETCH(const QString, name);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<USER> &directory = DIRECTORIES[which];
     const QTemporaryDir home;
     QVERIFY(QDir(home.path()).mkdir(name));
     const DialogFixture hub;
@@ -1477,7 +1456,7 @@ void tst_AppAccessRestrictionsDialog::leavingPutsEverythingBack()
     Choose(hub.Permissions(), 1);
     hub.Select(1);
     Click(hub.OwnDirs());
-    for (const DIRECTORY &directory : DIRECTORIES) {
+    for (const DIRECTORY<USER> &directory : DIRECTORIES) {
         ModalAnswer<QFileDialog> answer(
             [&](QFileDialog *chooser) { AnswerChooser(chooser, chosen.path()); });
         hub.Press(directory.browse);
@@ -1781,11 +1760,6 @@ void tst_AppAccessRestrictionsDialog::fieldsTakeExtraWidth()
     QCOMPARE(CutOff(hub.Dialog()), QStringList());
 }
 
-// No QTEST_MAIN: each hub is the application object.
-int main(int argc, char **argv)
-{
-    tst_AppAccessRestrictionsDialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_APPLESS_MAIN(tst_AppAccessRestrictionsDialog) // each hub is the application object
 
 #include "tst_AppAccessRestrictionsDialog.moc"

@@ -17,6 +17,10 @@ class tst_AppGenerateMd5Dialog : public QObject
 {
     Q_OBJECT
 
+public:
+    /// Runs before the application object is made: that is when the place of the settings is set.
+    static void initMain() { static const HubSettings settings; }
+
 private slots:
     void initTestCase();
     void cleanupTestCase();
@@ -437,13 +441,6 @@ void tst_AppGenerateMd5Dialog::fieldTakesTheExtraWidth()
     QTRY_COMPARE(dialog.Field()->width(), before + 100);
 }
 
-// No QTEST_MAIN: the place of the settings must be set before the application object is made.
-int main(int argc, char **argv)
-{
-    const HubSettings settings;
-    const QApplication application(argc, argv);
-    tst_AppGenerateMd5Dialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(tst_AppGenerateMd5Dialog)
 
 #include "tst_AppGenerateMd5Dialog.moc"

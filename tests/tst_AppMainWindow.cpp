@@ -196,28 +196,8 @@ quint16 FreePort()
     return server.serverPort();
 }
 
-/// The two directories: the names of their controls and member, and the chooser's caption.
-struct DIRECTORY {
-    const char *field;
-    const char *browse;
-    QString AppDiskHub::*member;
-    QString caption;
-};
-
-const DIRECTORY DIRECTORIES[] = {
-    {"diskDirectory", "diskDirectoryBrowse", &AppDiskHub::mDiskPath,
-     QStringLiteral("Select Disk Directory")},
-    {"programDirectory", "programDirectoryBrowse", &AppDiskHub::mProgramPath,
-     QStringLiteral("Select Program Directory")},
-};
-
-void AddDirectoryRows()
-{
-    QTest::addColumn<int>("which");
-
-    QTest::newRow("disks") << 0;
-    QTest::newRow("programs") << 1;
-}
+const QVector<DIRECTORY<AppDiskHub>> DIRECTORIES =
+    Directories(&AppDiskHub::mDiskPath, &AppDiskHub::mProgramPath);
 
 } // namespace
 
@@ -450,7 +430,7 @@ void tst_AppMainWindow::portTakesAnyText()
 void tst_AppMainWindow::directoriesAreReadOnly()
 {
     const WindowFixture hub;
-    for (const DIRECTORY &directory : DIRECTORIES) {
+    for (const DIRECTORY<AppDiskHub> &directory : DIRECTORIES) {
         auto *const field = hub.The<QLineEdit>(directory.field);
         QVERIFY(field->isReadOnly());
         Type(field, QStringLiteral("x"));
@@ -1047,7 +1027,7 @@ void tst_AppMainWindow::chooserIsSetUp_data()
 void tst_AppMainWindow::chooserIsSetUp()
 {
     QFETCH(const int, which);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<AppDiskHub> &directory = DIRECTORIES[which];
     const WindowFixture hub;
     ModalAnswer<QFileDialog> answer([&](QFileDialog *chooser) {
         QCOMPARE(chooser->windowTitle(), directory.caption);
@@ -1069,7 +1049,7 @@ void tst_AppMainWindow::chooserForgetsTheStoredDirectory_data()
 void tst_AppMainWindow::chooserForgetsTheStoredDirectory()
 {
     QFETCH(const int, which);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<AppDiskHub> &directory = DIRECTORIES[which];
     const QTemporaryDir stored;
     const WindowFixture hub;
     hub.Hub().*directory.member = stored.path();
@@ -1091,8 +1071,8 @@ void tst_AppMainWindow::chosenDirectoryIsStored()
 {
     QFETCH(const int, which);
     QFETCH(const QString, name);
-    const DIRECTORY &directory = DIRECTORIES[which];
-    const DIRECTORY &other = DIRECTORIES[1 - which];
+    const DIRECTORY<AppDiskHub> &directory = DIRECTORIES[which];
+    const DIRECTORY<AppDiskHub> &other = DIRECTORIES[1 - which];
     const QTemporaryDir home;
     QVERIFY(QDir(home.path()).mkdir(name));
     const WindowFixture hub;
@@ -1118,7 +1098,7 @@ void tst_AppMainWindow::cancelledChooserChangesNothing_data()
 void tst_AppMainWindow::cancelledChooserChangesNothing()
 {
     QFETCH(const int, which);
-    const DIRECTORY &directory = DIRECTORIES[which];
+    const DIRECTORY<AppDiskHub> &directory = DIRECTORIES[which];
     const WindowFixture hub;
     hub->mDiskPath = QStringLiteral("/disks");
     hub->mProgramPath = QStringLiteral("/programs");
@@ -1462,11 +1442,6 @@ void tst_AppMainWindow::consoleTakesTheExtraRoom()
     QCOMPARE(CutOff(hub.Window()), QStringList());
 }
 
-// No QTEST_MAIN: each hub is the application object.
-int main(int argc, char **argv)
-{
-    tst_AppMainWindow test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_APPLESS_MAIN(tst_AppMainWindow) // each hub is the application object
 
 #include "tst_AppMainWindow.moc"

@@ -17,6 +17,10 @@ class tst_AppNewUserDialog : public QObject
 {
     Q_OBJECT
 
+public:
+    /// Runs before the application object is made: that is when the place of the settings is set.
+    static void initMain() { static const HubSettings settings; }
+
 private slots:
     void initTestCase();
     void cleanupTestCase();
@@ -387,13 +391,6 @@ void tst_AppNewUserDialog::fieldTakesTheExtraWidth()
     QTRY_COMPARE(dialog.Field()->width(), before + 100);
 }
 
-// No QTEST_MAIN: the place of the settings must be set before the application object is made.
-int main(int argc, char **argv)
-{
-    const HubSettings settings;
-    const QApplication application(argc, argv);
-    tst_AppNewUserDialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(tst_AppNewUserDialog)
 
 #include "tst_AppNewUserDialog.moc"

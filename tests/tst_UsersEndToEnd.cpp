@@ -314,11 +314,6 @@ void tst_UsersEndToEnd::removedUserIsRefused()
     QCOMPARE(desk.Search(bob, EMPTY_DIGEST).result, RESULT_OK);
 }
 
-// No QTEST_MAIN: each hub is the application object.
-int main(int argc, char **argv)
-{
-    tst_UsersEndToEnd test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_APPLESS_MAIN(tst_UsersEndToEnd) // each hub is the application object
 
 #include "tst_UsersEndToEnd.moc"
