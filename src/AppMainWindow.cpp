@@ -42,9 +42,10 @@ AppMainWindow::AppMainWindow(QWidget *parent, Qt::WindowFlags flags) : QMainWind
 
     // Nobody can undo what the hub writes, and the history takes more memory than the text.
     mUi.console->setUndoRedoEnabled(false);
+    mConsoleDelay.setObjectName(QStringLiteral("consoleDelay"));
     mConsoleDelay.setSingleShot(true);
     mConsoleDelay.setInterval(CONSOLE_DELAY_MS);
-    connect(&mConsoleDelay, &QTimer::timeout, this, &AppMainWindow::ReleaseConsole);
+    connect(&mConsoleDelay, &QTimer::timeout, this, &AppMainWindow::ShowAppended);
 }
 
 AppMainWindow::~AppMainWindow()
@@ -89,10 +90,13 @@ QPlainTextEdit *AppMainWindow::Console() const
 
 void AppMainWindow::AppendToConsole(const QString &text)
 {
-    if (!mConsoleDelay.isActive())
-        HoldConsole();
+    if (!mConsoleDelay.isActive()) {
+        const QScrollBar *const bar = mUi.console->verticalScrollBar();
+        mConsoleAtEnd = bar->value() == bar->maximum();
+        mConsoleDelay.start();
+    }
     QTextDocument *const document = mUi.console->document();
-    const QSignalBlocker blocker(document->documentLayout()); // nobody lays out what is new
+    const QSignalBlocker blocker(document->documentLayout()); // ShowAppended() makes up for it
     QTextCursor end(document);
     end.beginEditBlock();
     end.movePosition(QTextCursor::End);
@@ -102,20 +106,11 @@ void AppMainWindow::AppendToConsole(const QString &text)
     end.endEditBlock();
 }
 
-void AppMainWindow::HoldConsole()
+void AppMainWindow::ShowAppended()
 {
-    const QScrollBar *const bar = mUi.console->verticalScrollBar();
-    mConsoleAtEnd = bar->value() == bar->maximum();
-    mUi.console->setUpdatesEnabled(false);
-    mConsoleDelay.start();
-}
-
-void AppMainWindow::ReleaseConsole()
-{
-    mUi.console->setUpdatesEnabled(true);
-    // The signal that was held back when the lines came; the scroll bar follows it.
     QAbstractTextDocumentLayout *const layout = mUi.console->document()->documentLayout();
     emit layout->documentSizeChanged(layout->documentSize());
+    emit layout->update();
     QScrollBar *const bar = mUi.console->verticalScrollBar();
     if (mConsoleAtEnd)
         bar->setValue(bar->maximum());

@@ -53,10 +53,9 @@ public slots:
 private:
     void FillInterfaces();
 
-    void HoldConsole();
-    void ReleaseConsole();
+    void ShowAppended();
 
     Ui_AppMainWindow mUi;
-    QTimer mConsoleDelay;
-    bool mConsoleAtEnd = true; ///< while the console is held: its end was in view before
+    QTimer mConsoleDelay{this};
+    bool mConsoleAtEnd = true; ///< while mConsoleDelay runs: whether the end was in view before
 };
