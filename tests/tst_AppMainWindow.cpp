@@ -1236,6 +1236,7 @@ void tst_AppMainWindow::consoleShowsABurstAtOnce()
     const WindowFixture hub;
     const QScrollBar *const bar = hub.Console()->verticalScrollBar();
     const EventCounter paints(hub.Console()->viewport(), QEvent::Paint);
+    QCOMPARE(hub.The<QTimer>("consoleDelay")->interval(), 40);
     for (int burst = 0; burst < 2; ++burst) {
         hub->Log(QStringLiteral("before"));
         QVERIFY(hub.CatchesUp());
