@@ -4,19 +4,20 @@
 // What the console's lines cost: appends to a hub's console what a mix of requests leaves there,
 // and prints the resident memory in KiB after every so many lines.
 //
-//   console-cost PATH LINES TIMES     PATH: of the program that the mix stores
+//   console-cost PATH LINES TIMES BURST     PATH: of the program that the mix stores; BURST: lines
+//                                           that are laid out at once, only the last ones of each
 
 #include "AppDiskHub.h"
+#include "AppMainWindow.h"
 
 #include <QFile>
 #include <QStringList>
+#include <QTimer>
 
 #include <cstdio>
 
 namespace
 {
-
-constexpr int LINES_BETWEEN_EVENTS = 12; // as many as a few requests leave
 
 /// From the line "VmRSS:     1234 kB", or -1.
 long ResidentKib()
@@ -36,8 +37,8 @@ long ResidentKib()
 
 int main(int argc, char **argv)
 {
-    if (argc != 4) {
-        std::fputs("Usage: console-cost PATH LINES TIMES\n", stderr);
+    if (argc != 5) {
+        std::fputs("Usage: console-cost PATH LINES TIMES BURST\n", stderr);
         return 2;
     }
     const QStringList texts{
@@ -51,10 +52,13 @@ int main(int argc, char **argv)
     const int lines = QByteArray(argv[2]).toInt();
     const int times = QByteArray(argv[3]).toInt();
 
+    const int burst = QByteArray(argv[4]).toInt();
+
     AppDiskHub hub(argc, argv);
+    hub.mMainWindow->findChild<QTimer *>(QStringLiteral("consoleDelay"))->setInterval(0);
     for (int i = 1; i <= lines * times; ++i) {
         hub.Log(texts.at(i % texts.size()));
-        if (i % LINES_BETWEEN_EVENTS == 0)
+        if (i % burst == 0)
             QCoreApplication::processEvents();
         if (i % lines == 0)
             std::printf("%ld\n", ResidentKib());
