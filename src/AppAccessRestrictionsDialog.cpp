@@ -131,7 +131,7 @@ void AppAccessRestrictionsDialog::RemoveUserClicked()
     const int row = mUi.userList->currentRow();
     delete mUi.userList->takeItem(row);
     AppDiskHub::Instance()->RemUser(row);
-    // While the item went the user was still in the list, and its neighbours' rows were off by one.
+    // The selection does not change if the row was current without being selected.
     UserListSelectionChanged();
 }
 

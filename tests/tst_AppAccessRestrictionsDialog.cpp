@@ -85,6 +85,7 @@ private slots:
     void removedUserIsGone();
     void itemGoesBeforeTheUser();
     void lastUserRemovedLeavesNothing();
+    void userThatIsCurrentButNotSelectedGoes();
 
     // Editing.
     void digestIsStoredInLowerCase_data();
@@ -1122,6 +1123,23 @@ void tst_AppAccessRestrictionsDialog::lastUserRemovedLeavesNothing()
     QCOMPARE(hub.Shown(), Text(MakeUser(QString(), QString(), true)));
     hub.Add(QStringLiteral("dave"));
     QCOMPARE(hub.Shown(), Text(MakeUser(QStringLiteral("dave"))));
+}
+
+void tst_AppAccessRestrictionsDialog::userThatIsCurrentButNotSelectedGoes()
+{
+    const DialogFixture hub;
+    for (int i = 2; i >= 0; --i) {
+        hub.Select(0);
+        ClickRow(hub.List(), 0, Qt::ControlModifier);
+        QVERIFY(hub.List()->selectedItems().isEmpty());
+        hub.Remove();
+        QCOMPARE(hub->NumUsers(), i);
+        QCOMPARE(hub.List()->count(), i);
+        const bool left = i > 0;
+        QVERIFY(hub.AllEnabled(EDITING, left));
+        QCOMPARE(hub.Shown(),
+                 Text(left ? ThreeUsers().at(3 - i) : MakeUser(QString(), QString(), true)));
+    }
 }
 
 void tst_AppAccessRestrictionsDialog::digestIsStoredInLowerCase_data()
