@@ -47,7 +47,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     Q_ASSERT(imported == 0);
     Q_ASSERT(static_cast<qint8>(second.result) == static_cast<qint8>(first.result));
     Q_ASSERT(second.Program().data == first.Program().data);
-    const int room = AppPackage::OBJECTS_MAX - (first.Program().data.isEmpty() ? 0 : 1);
+    const int room = AppPackageFormat::OBJECTS_MAX - (first.Program().data.isEmpty() ? 0 : 1);
     Q_ASSERT(second.NumDisks() == std::min(first.NumDisks(), room));
     for (int i = 0; i < second.NumDisks(); ++i)
         CheckSameDisk(*first.Disk(i), *second.Disk(i));

@@ -19,7 +19,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         return 0;
 
     Q_ASSERT(announced == bytes.size());
-    Q_ASSERT(reply.package->NumDisks() <= AppPackage::OBJECTS_MAX);
+    Q_ASSERT(reply.package->NumDisks() <= AppPackageFormat::OBJECTS_MAX);
     QVector<SkyletListing::LINE> lines;
     SkyletListing::Parse(reply.package->Program().data, &lines);
     return 0;

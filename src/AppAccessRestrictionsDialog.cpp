@@ -3,8 +3,8 @@
 
 #include "AppAccessRestrictionsDialog.h"
 
+#include "AppDirectoryChooser.h"
 #include "AppGenerateMd5Dialog.h"
-#include "AppMainWindow.h"
 #include "AppNewUserDialog.h"
 
 #include <QLabel>
@@ -171,15 +171,15 @@ void AppAccessRestrictionsDialog::OwnDirsClicked()
 void AppAccessRestrictionsDialog::DiskDirectoryBrowseClicked()
 {
     if (AppDiskHub::USER *const user = CurrentUser())
-        AppMainWindow::ChooseDirectory(this, tr("Select Disk Directory"), mUi.diskDirectory,
-                                       &user->disk_dir);
+        AppDirectoryChooser::Choose(this, tr("Select Disk Directory"), mUi.diskDirectory,
+                                    &user->disk_dir);
 }
 
 void AppAccessRestrictionsDialog::ProgramDirectoryBrowseClicked()
 {
     if (AppDiskHub::USER *const user = CurrentUser())
-        AppMainWindow::ChooseDirectory(this, tr("Select Program Directory"), mUi.programDirectory,
-                                       &user->program_dir);
+        AppDirectoryChooser::Choose(this, tr("Select Program Directory"), mUi.programDirectory,
+                                    &user->program_dir);
 }
 
 void AppAccessRestrictionsDialog::reject()

@@ -106,7 +106,7 @@ void DownloadDisks(const QString &directory, const AppDosName &pattern, AppPacka
 {
     // The manifest takes one place in the package. It lists what does not fit, too; that is only
     // opened, not read.
-    constexpr int DISKS_MAX = AppPackage::OBJECTS_MAX - 1;
+    constexpr int DISKS_MAX = AppPackageFormat::OBJECTS_MAX - 1;
     QByteArray listing = ListingBegin("sent disk(s)");
     const QList<AppMediaMgr::DISK> disks = AppMediaMgr::Instance().SearchDisks(directory, pattern);
     for (const AppMediaMgr::DISK &disk : disks) {

@@ -4,10 +4,10 @@
 #include "AppMainWindow.h"
 
 #include "AppAccessRestrictionsDialog.h"
+#include "AppDirectoryChooser.h"
 #include "AppDiskHub.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QFileDialog>
 #include <QIcon>
 #include <QScrollBar>
 #include <QSignalBlocker>
@@ -149,23 +149,12 @@ void AppMainWindow::PortChanged()
 
 void AppMainWindow::ChooseDiskDirectory()
 {
-    ChooseDirectory(this, tr("Select Disk Directory"), mUi.diskDirectory,
-                    &AppDiskHub::Instance()->mDiskPath);
+    AppDirectoryChooser::Choose(this, tr("Select Disk Directory"), mUi.diskDirectory,
+                                &AppDiskHub::Instance()->mDiskPath);
 }
 
 void AppMainWindow::ChooseProgramDirectory()
 {
-    ChooseDirectory(this, tr("Select Program Directory"), mUi.programDirectory,
-                    &AppDiskHub::Instance()->mProgramPath);
-}
-
-void AppMainWindow::ChooseDirectory(QWidget *parent, const QString &caption, QLineEdit *field,
-                                    QString *path)
-{
-    const QString chosen = QFileDialog::getExistingDirectory(
-        parent, caption, QString(), QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks);
-    if (chosen.isEmpty())
-        return;
-    field->setText(chosen);
-    *path = chosen;
+    AppDirectoryChooser::Choose(this, tr("Select Program Directory"), mUi.programDirectory,
+                                &AppDiskHub::Instance()->mProgramPath);
 }

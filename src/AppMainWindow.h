@@ -25,11 +25,6 @@ public:
     /// Fills every control from the members of AppDiskHub.
     void SyncUi();
 
-    /// Lets the user choose a directory, and shows it in `field` and stores it in `*path`; if the
-    /// user cancels, neither.
-    static void ChooseDirectory(QWidget *parent, const QString &caption, QLineEdit *field,
-                                QString *path);
-
     /// Lines that come within it are laid out and painted at once.
     static constexpr int CONSOLE_DELAY_MS = 40;
 

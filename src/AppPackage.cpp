@@ -3,7 +3,6 @@
 
 #include "AppPackage.h"
 
-#include "AppPackageFormat.h"
 #include "MxEndian.h"
 
 #include <algorithm>
@@ -33,7 +32,7 @@ qsizetype PaddedSize(qsizetype size)
 
 void PutEntry(char *entry, quint8 type, qsizetype blockSize, const AppDosName &name)
 {
-    std::memset(entry, 0, AppPackage::ENTRY_SIZE);
+    std::memset(entry, 0, ENTRY_SIZE);
     PutLe<quint8>(entry, ENTRY_TYPE_OFFSET, type);
     PutLe<quint32>(entry, ENTRY_SIZE_OFFSET, static_cast<quint32>(blockSize));
     std::memcpy(entry + ENTRY_NAME_OFFSET, name.Bytes(), AppDosName::SIZE);
@@ -72,7 +71,7 @@ void AppendBlock(const AppPackage::DISK &disk, QByteArray *out)
 /// How many of `disks` fit into a package beside its program, if it has one.
 int DisksThatFit(const AppPackage &package)
 {
-    const int room = AppPackage::OBJECTS_MAX - (package.Program().data.isEmpty() ? 0 : 1);
+    const int room = OBJECTS_MAX - (package.Program().data.isEmpty() ? 0 : 1);
     return std::min(package.NumDisks(), room);
 }
 
@@ -117,10 +116,9 @@ int ReadObjects(const QByteArray &in, OBJECTS *objects)
     // A count above OBJECTS_MAX is not refused: the entries go on where the data begin.
     for (int i = 0; i < count; ++i) {
         const qint64 entryOffset = EntryOffset(i);
-        if (in.size() - entryOffset < AppPackage::ENTRY_SIZE)
+        if (in.size() - entryOffset < ENTRY_SIZE)
             return -1;
-        const QByteArray entry =
-            QByteArray::fromRawData(in.constData() + entryOffset, AppPackage::ENTRY_SIZE);
+        const QByteArray entry = QByteArray::fromRawData(in.constData() + entryOffset, ENTRY_SIZE);
 
         const quint8 type = LeAt<quint8>(entry, ENTRY_TYPE_OFFSET);
         if (type == OBJECT_PROGRAM)

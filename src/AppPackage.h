@@ -4,6 +4,7 @@
 #pragma once
 
 #include "AppDosName.h"
+#include "AppPackageFormat.h"
 
 #include <QByteArray>
 #include <QVector>
@@ -47,13 +48,10 @@ public:
         bool replace = false; ///< the device asks to overwrite; set by Import() only
     };
 
-    static constexpr int OBJECTS_MAX = 20; ///< objects in one package
-    static constexpr int ENTRY_SIZE = 24;  ///< bytes of a directory entry
-
     /// An object ready for export.
     struct OBJECTINFO {
-        char entry[ENTRY_SIZE]; ///< its directory entry, as on the wire
-        QByteArray block;       ///< its data block
+        char entry[AppPackageFormat::ENTRY_SIZE]; ///< its directory entry, as on the wire
+        QByteArray block;                         ///< its data block
     };
 
     AppPackage() = default;
@@ -83,7 +81,7 @@ public:
     qsizetype ExportSize() const;
 
     /// Appends the wire form to `*out`: the program if it has data, then as many disks as fit into
-    /// OBJECTS_MAX. The rest is left out without a word. Returns 0.
+    /// AppPackageFormat::OBJECTS_MAX. The rest is left out without a word. Returns 0.
     int Export(QByteArray *out) const;
 
     /// Adds the objects of the wire form `in` and takes its result code; a program replaces the one

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "AppDosName.h"
-#include "AppPackage.h"
 
 #include <QtGlobal>
 
@@ -12,6 +11,9 @@
 /// bytes.
 namespace AppPackageFormat
 {
+
+constexpr int OBJECTS_MAX = 20; // objects in one package
+constexpr int ENTRY_SIZE = 24;  // bytes of a directory entry
 
 // Package header, at the start.
 constexpr quint32 PACKAGE_MAGIC = 0x73CA241F; // bytes 1F 24 CA 73
@@ -23,8 +25,7 @@ constexpr qsizetype PACKAGE_COUNT_OFFSET = 7;      // quint8: objects
 constexpr qsizetype PACKAGE_TOTAL_SIZE_OFFSET = 8; // quint32: bytes after the header
 constexpr qsizetype PACKAGE_ENTRIES_OFFSET = 16;   // the directory; unused entries are zero
 constexpr qsizetype PACKAGE_HEADER_SIZE = 496;
-static_assert(PACKAGE_ENTRIES_OFFSET + AppPackage::OBJECTS_MAX * AppPackage::ENTRY_SIZE ==
-                  PACKAGE_HEADER_SIZE,
+static_assert(PACKAGE_ENTRIES_OFFSET + OBJECTS_MAX * ENTRY_SIZE == PACKAGE_HEADER_SIZE,
               "the directory fills the header");
 
 // Directory entry of one object.
@@ -32,8 +33,7 @@ constexpr qsizetype ENTRY_TYPE_OFFSET = 0;  // quint8: OBJECT_PROGRAM or OBJECT_
 constexpr qsizetype ENTRY_FLAGS_OFFSET = 1; // quint8
 constexpr qsizetype ENTRY_SIZE_OFFSET = 4;  // quint32: bytes of the data block
 constexpr qsizetype ENTRY_NAME_OFFSET = 8;  // AppDosName::SIZE bytes, PETSCII
-static_assert(ENTRY_NAME_OFFSET + AppDosName::SIZE == AppPackage::ENTRY_SIZE,
-              "the name ends the entry");
+static_assert(ENTRY_NAME_OFFSET + AppDosName::SIZE == ENTRY_SIZE, "the name ends the entry");
 constexpr quint8 OBJECT_PROGRAM = 0;
 constexpr quint8 OBJECT_DISK = 1;
 constexpr quint8 FLAG_REPLACE = 0x01;
@@ -51,7 +51,7 @@ constexpr qsizetype DISK_ALIGNMENT = 4096; // images are padded with zeros to a 
 /// Where the entry of object `index` stands. One above OBJECTS_MAX lies among the data.
 constexpr qsizetype EntryOffset(int index)
 {
-    return PACKAGE_ENTRIES_OFFSET + index * static_cast<qsizetype>(AppPackage::ENTRY_SIZE);
+    return PACKAGE_ENTRIES_OFFSET + index * static_cast<qsizetype>(ENTRY_SIZE);
 }
 
 } // namespace AppPackageFormat

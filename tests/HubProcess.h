@@ -6,9 +6,14 @@
 // The program itself, started by a test, and what its device asks.
 
 #include "HostFiles.h"
-#include "HubFixture.h"
+#include "HubSettings.h"
+#include "Wire.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
+#include <QStringList>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 
 #include <csignal>

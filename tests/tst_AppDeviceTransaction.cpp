@@ -379,7 +379,7 @@ public:
 void FillWithDisks(AppPackage *package)
 {
     const QByteArray image(1066496, 'd');
-    for (int i = 0; i < AppPackage::OBJECTS_MAX; ++i)
+    for (int i = 0; i < AppPackageFormat::OBJECTS_MAX; ++i)
         package->AddDisk(AppPackage::DISK_D82, AppDosName(), image);
 }
 

@@ -4,7 +4,7 @@
 #include "CheckCommandLine.h"
 
 #include "HostFiles.h"
-#include "HubFixture.h"
+#include "HubSettings.h"
 
 #include <QJsonDocument>
 #include <QRegularExpression>

@@ -5,13 +5,15 @@
 #include "CheckName.h"
 
 #include "HostFiles.h"
-#include "HubFixture.h"
+#include "HubSettings.h"
+#include "Wire.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTcpServer>
 #include <QTest>
 
 #include <memory>

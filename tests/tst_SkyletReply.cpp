@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "AppPackage.h"
-#include "HubFixture.h"
 #include "SkyletReply.h"
+#include "Wire.h"
 
 #include <QTest>
 

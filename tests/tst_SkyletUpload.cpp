@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "HostFiles.h"
-#include "HubFixture.h"
 #include "SkyletUpload.h"
+#include "Wire.h"
 
 #include <QTemporaryDir>
 #include <QTest>

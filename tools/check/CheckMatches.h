@@ -16,7 +16,7 @@ class CheckMatches
 {
 public:
     /// Disks that a package carries: the manifest takes one place.
-    static constexpr int DISKS_MAX = AppPackage::OBJECTS_MAX - 1;
+    static constexpr int DISKS_MAX = AppPackageFormat::OBJECTS_MAX - 1;
 
     /// A file that a search found.
     struct FILE {

@@ -136,7 +136,7 @@ SkyletReply::STATUS CheckPackage(const QByteArray &body)
         return SkyletReply::BAD_MAGIC;
     if (LeAt<quint16>(body, PACKAGE_VERSION_OFFSET) != PACKAGE_VERSION)
         return SkyletReply::BAD_VERSION;
-    if (LeAt<quint8>(body, PACKAGE_COUNT_OFFSET) > AppPackage::OBJECTS_MAX)
+    if (LeAt<quint8>(body, PACKAGE_COUNT_OFFSET) > AppPackageFormat::OBJECTS_MAX)
         return SkyletReply::BAD_COUNT;
     if (LeAt<quint32>(body, PACKAGE_TOTAL_SIZE_OFFSET) != body.size() - PACKAGE_HEADER_SIZE)
         return SkyletReply::BAD_SIZES;

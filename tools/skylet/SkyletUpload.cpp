@@ -103,7 +103,7 @@ QVector<QVector<SkyletUpload::OBJECT>> SkyletUpload::Plan(const QVector<OBJECT> 
         QVector<OBJECT> package;
         if (!programs.isEmpty())
             package.append(programs.takeFirst());
-        while (!disks.isEmpty() && package.size() < AppPackage::OBJECTS_MAX)
+        while (!disks.isEmpty() && package.size() < AppPackageFormat::OBJECTS_MAX)
             package.append(disks.takeFirst());
         packages.append(package);
     }
