@@ -342,15 +342,17 @@ int AppDeviceTransaction::SetProperty(const QString &name, const QString &value)
 
 int AppDeviceTransaction::Reply(const AppPackage &package)
 {
+    const QVector<QByteArray> pieces = package.Pieces();
     // The device finds the end of the body by its length alone; it gets just these three headers.
-    QByteArray reply = "HTTP/1.1 200 Ok\r\n"
-                       "Content-Type: application/octet-stream\r\n"
-                       "Content-Transfer-Encoding: binary\r\n"
-                       "Content-Length: " +
-                       QByteArray::number(package.ExportSize()) + "\r\n\r\n";
-    package.Export(&reply);
-
-    mSocket->write(reply);
+    const QByteArray header = "HTTP/1.1 200 Ok\r\n"
+                              "Content-Type: application/octet-stream\r\n"
+                              "Content-Transfer-Encoding: binary\r\n"
+                              "Content-Length: " +
+                              QByteArray::number(package.ExportSize()) + "\r\n\r\n";
+    // The first piece is short. The others go to the socket as they are, and it keeps no copy.
+    mSocket->write(header + pieces.first());
+    for (int i = 1; i < pieces.size(); ++i)
+        mSocket->write(pieces.at(i));
     // Flushed first, since a wait would notice before it sends anything that the device has closed
     // its side. And no wait behind it: a device that never reads would make it last for ever.
     if (!mSocket->flush())

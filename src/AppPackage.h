@@ -39,6 +39,8 @@ public:
         AppDosName name;
         QByteArray data;      ///< as in a ".prg" file: load address and bytes; empty for no program
         bool replace = false; ///< the device asks to overwrite; set by Import() only
+        QByteArray source =
+            {}; ///< keeps the bytes that `data` is a view of; null if it has its own
     };
 
     struct DISK {
@@ -46,6 +48,8 @@ public:
         AppDosName name;
         QByteArray data;      ///< the image, unpadded
         bool replace = false; ///< the device asks to overwrite; set by Import() only
+        QByteArray source =
+            {}; ///< keeps the bytes that `data` is a view of; null if it has its own
     };
 
     /// An object ready for export.
@@ -77,20 +81,33 @@ public:
     /// Appends one object: a disk header of 4096 bytes and the image, padded to a multiple of 4096.
     void Pack(const DISK &object, QVector<OBJECTINFO> *objects) const;
 
-    /// Bytes that Export() appends.
+    /// Bytes of the wire form.
     qsizetype ExportSize() const;
 
-    /// Appends the wire form to `*out`: the program if it has data, then as many disks as fit into
-    /// AppPackageFormat::OBJECTS_MAX. The rest is left out without a word. Returns 0.
+    /// The wire form, to be sent one piece after the other: the program if it has data, then as
+    /// many disks as fit into AppPackageFormat::OBJECTS_MAX. The rest is left out without a word.
+    ///
+    /// Images and long programs are pieces of their own that share the package's bytes; the short
+    /// stretches between them are joined. The pieces stay valid without the package.
+    QVector<QByteArray> Pieces() const;
+
+    /// Appends the wire form, the pieces joined, to `*out`. Returns 0.
     int Export(QByteArray *out) const;
 
     /// Adds the objects of the wire form `in` and takes its result code; a program replaces the one
     /// here. What follows the last object is ignored.
     ///
+    /// The objects' data are views of `in`, however often its entries name the same bytes; each
+    /// object keeps a share of `in`, so it needs none elsewhere. What `in` does not own is copied
+    /// first, once.
+    ///
     /// Returns 0, or -1 and leaves the package as it was if `in` has another magic or is too short
     /// for its header, one of its entries or a disk header. Data that end early are taken as far as
     /// they go. Another version than 0 gives RESULT_BAD_VERSION and no objects.
     int Import(const QByteArray &in);
+
+    /// The same for a wire form that is the `size` bytes at `offset` of `bytes`.
+    int Import(const QByteArray &bytes, qsizetype offset, qsizetype size);
 
     qint32 result = RESULT_OK; ///< a RESULT, or whatever byte an imported package carried
     QVector<DISK *> disks;     ///< owned, in the order added
