@@ -1,0 +1,14 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+/// Tells the characters that a console, a terminal or a viewer would act on instead of showing
+/// them: what comes from a device or a file system may hold any. Stateless.
+class AppPrintable
+{
+public:
+    /// Whether `character`, a Unicode code point, breaks a line, controls a terminal, turns the
+    /// direction of the text around it, or is no character by itself (half of a surrogate pair).
+    static bool IsUnprintable(char32_t character);
+};
