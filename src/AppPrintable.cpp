@@ -3,6 +3,8 @@
 
 #include "AppPrintable.h"
 
+#include <QVector>
+
 #include <algorithm>
 #include <iterator>
 
@@ -26,6 +28,9 @@ const RANGE UNPRINTABLE[] = {
     {0xD800, 0xDFFF}, // surrogates
 };
 
+constexpr char32_t REPLACEMENT = 0xFFFD;
+constexpr QChar ELLIPSIS(0x2026);
+
 } // namespace
 
 bool AppPrintable::IsUnprintable(char32_t character)
@@ -33,4 +38,19 @@ bool AppPrintable::IsUnprintable(char32_t character)
     return std::any_of(std::begin(UNPRINTABLE), std::end(UNPRINTABLE), [&](const RANGE &range) {
         return character >= range.first && character <= range.last;
     });
+}
+
+QString AppPrintable::Shown(const QString &text)
+{
+    // A character is at most two QChars.
+    const QVector<uint> characters = text.left(2 * SHOWN_MAX + 1).toUcs4();
+    QString shown;
+    for (int i = 0; i < characters.size() && i < SHOWN_MAX; ++i) {
+        const char32_t character = characters.at(i);
+        const char32_t visible = IsUnprintable(character) ? REPLACEMENT : character;
+        shown.append(QString::fromUcs4(&visible, 1));
+    }
+    if (characters.size() > SHOWN_MAX)
+        shown.append(ELLIPSIS);
+    return shown;
 }

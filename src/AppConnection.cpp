@@ -1,0 +1,58 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppConnection.h"
+
+#ifdef Q_OS_WIN
+#include <winsock2.h>
+#else
+#include <sys/socket.h>
+#endif
+
+namespace
+{
+
+constexpr int UNREAD_MAX = 64 * 1024; // bytes of the peer that are read away at a time
+
+/// Ends the sending side of a connection; the toolkit closes only both at once. Returns whether the
+/// system did.
+bool EndSending(qintptr descriptor)
+{
+#ifdef Q_OS_WIN
+    return ::shutdown(static_cast<SOCKET>(descriptor), SD_SEND) == 0;
+#else
+    return ::shutdown(static_cast<int>(descriptor), SHUT_WR) == 0;
+#endif
+}
+
+} // namespace
+
+AppConnection::AppConnection(QObject *parent) : QTcpSocket(parent) {}
+
+void AppConnection::disconnectFromHost()
+{
+    // While something is still to be sent the toolkit reads no more, sends it, and calls again.
+    const bool endSending =
+        mAnswered && !mSendingEnded && bytesToWrite() == 0 && socketDescriptor() != -1;
+    if (!endSending || !EndSending(socketDescriptor())) {
+        QTcpSocket::disconnectFromHost();
+        return;
+    }
+    mSendingEnded = true;
+    connect(this, &QTcpSocket::readyRead, this, [this] { readAll(); });
+    setSocketState(QAbstractSocket::ConnectedState);
+    setReadBufferSize(UNREAD_MAX); // which makes the toolkit read again
+    readAll();
+}
+
+void AppConnection::Drop()
+{
+    mSendingEnded = true;
+    abort();
+}
+
+qint64 AppConnection::writeData(const char *data, qint64 size)
+{
+    mAnswered = true;
+    return QTcpSocket::writeData(data, size);
+}

@@ -1,0 +1,40 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QTcpSocket>
+
+/// A connection that the hub has accepted. Closing it costs the peer nothing of its reply.
+///
+/// A system that closes a connection while bytes of the peer are unread, or before more of them
+/// arrive, resets it, and the peer loses what was still under way. So a connection that something
+/// was written to is closed in two steps: sending ends behind the last byte, which the peer sees as
+/// the end of the reply; then what still comes in is read away until the peer closes its side.
+class AppConnection : public QTcpSocket
+{
+    Q_OBJECT
+
+public:
+    /// For each connection as much of a reply may wait in the system for the peer to take it. Less
+    /// would slow down a fast peer, more would hide for how long a slow one has taken nothing.
+    static constexpr int SEND_BUFFER_SIZE = 128 * 1024; // bytes
+
+    explicit AppConnection(QObject *parent = nullptr);
+
+    /// Closes the connection behind what was written, as soon as that is sent. disconnected() tells
+    /// when the peer has closed its side, too. If nothing was written, closes it at once.
+    ///
+    /// Called again while only the peer's side is open: closes that, too.
+    void disconnectFromHost() override;
+
+    /// Closes the connection at once. What has not been sent is lost.
+    void Drop();
+
+protected:
+    qint64 writeData(const char *data, qint64 size) override;
+
+private:
+    bool mAnswered = false;     ///< something was written
+    bool mSendingEnded = false; ///< the peer has been told that nothing more will come
+};

@@ -1,0 +1,52 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppServer.h"
+
+#include "AppConnection.h"
+
+#include <QHostAddress>
+
+#include <memory>
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 3, 0) && defined(Q_OS_UNIX)
+#include <sys/socket.h>
+#endif
+
+namespace
+{
+
+constexpr int LISTEN_BACKLOG = 4096; // connections
+
+} // namespace
+
+AppServer::AppServer(QObject *parent) : QTcpServer(parent)
+{
+    setMaxPendingConnections(1);
+}
+
+bool AppServer::Listen(const QHostAddress &address, quint16 port)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 3, 0)
+    setListenBacklogSize(LISTEN_BACKLOG);
+    return listen(address, port);
+#else
+    if (!listen(address, port))
+        return false;
+#if defined(Q_OS_UNIX)
+    // These versions ask for 50 and have no call to change it. Listening again does.
+    ::listen(static_cast<int>(socketDescriptor()), LISTEN_BACKLOG);
+#endif
+    return true;
+#endif
+}
+
+void AppServer::incomingConnection(qintptr descriptor)
+{
+    auto connection = std::make_unique<AppConnection>(this);
+    if (!connection->setSocketDescriptor(descriptor))
+        return;
+    connection->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption,
+                                AppConnection::SEND_BUFFER_SIZE);
+    addPendingConnection(connection.release());
+}
