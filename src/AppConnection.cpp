@@ -3,6 +3,8 @@
 
 #include "AppConnection.h"
 
+#include <algorithm>
+
 #ifdef Q_OS_WIN
 #include <winsock2.h>
 #else
@@ -32,9 +34,8 @@ AppConnection::AppConnection(QObject *parent) : QTcpSocket(parent) {}
 void AppConnection::disconnectFromHost()
 {
     // While something is still to be sent the toolkit reads no more, sends it, and calls again.
-    const bool endSending =
-        mAnswered && !mSendingEnded && bytesToWrite() == 0 && socketDescriptor() != -1;
-    if (!endSending || !EndSending(socketDescriptor())) {
+    if (mSendingEnded || bytesToWrite() > 0 || !NeedsTwoSteps() ||
+        !EndSending(socketDescriptor())) {
         QTcpSocket::disconnectFromHost();
         return;
     }
@@ -45,6 +46,13 @@ void AppConnection::disconnectFromHost()
     readAll();
 }
 
+bool AppConnection::NeedsTwoSteps()
+{
+    if (mWritten == 0 || socketDescriptor() == -1)
+        return false;
+    return mWritten > FIRST_FLIGHT_SIZE || bytesAvailable() > 0 || waitForReadyRead(0);
+}
+
 void AppConnection::Drop()
 {
     mSendingEnded = true;
@@ -53,6 +61,7 @@ void AppConnection::Drop()
 
 qint64 AppConnection::writeData(const char *data, qint64 size)
 {
-    mAnswered = true;
-    return QTcpSocket::writeData(data, size);
+    const qint64 taken = QTcpSocket::writeData(data, size);
+    mWritten += std::max<qint64>(taken, 0);
+    return taken;
 }

@@ -8,9 +8,9 @@
 /// A connection that the hub has accepted. Closing it costs the peer nothing of its reply.
 ///
 /// A system that closes a connection while bytes of the peer are unread, or before more of them
-/// arrive, resets it, and the peer loses what was still under way. So a connection that something
-/// was written to is closed in two steps: sending ends behind the last byte, which the peer sees as
-/// the end of the reply; then what still comes in is read away until the peer closes its side.
+/// arrive, resets it, and the peer loses what was still under way. So such a connection is closed
+/// in two steps: sending ends behind the last byte, which the peer sees as the end of the reply;
+/// then what still comes in is read away until the peer closes its side.
 class AppConnection : public QTcpSocket
 {
     Q_OBJECT
@@ -22,8 +22,11 @@ public:
 
     explicit AppConnection(QObject *parent = nullptr);
 
-    /// Closes the connection behind what was written, as soon as that is sent. disconnected() tells
-    /// when the peer has closed its side, too. If nothing was written, closes it at once.
+    /// A reply up to this size is at the peer before the peer can answer to it.
+    static constexpr qint64 FIRST_FLIGHT_SIZE = 14600; // bytes; RFC 6928, section 2
+
+    /// Closes the connection behind what was written, as soon as that is sent; in two steps unless
+    /// it was at most FIRST_FLIGHT_SIZE and nothing has come in. disconnected() tells the end.
     ///
     /// Called again while only the peer's side is open: closes that, too.
     void disconnectFromHost() override;
@@ -35,6 +38,8 @@ protected:
     qint64 writeData(const char *data, qint64 size) override;
 
 private:
-    bool mAnswered = false;     ///< something was written
+    bool NeedsTwoSteps();
+
+    qint64 mWritten = 0;        ///< bytes
     bool mSendingEnded = false; ///< the peer has been told that nothing more will come
 };

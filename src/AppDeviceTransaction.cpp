@@ -6,6 +6,7 @@
 #include "AppPackage.h"
 #include "MxLog.h"
 
+#include <QElapsedTimer>
 #include <QStringView>
 #include <QTcpSocket>
 
@@ -22,6 +23,9 @@ const char TRACE_FILE[] = "src/AppDeviceTransaction";
 
 // The longest announced body that memory is set aside for at once: a full package and its form.
 constexpr int RESERVE_MAX = 32 * 1024 * 1024; // bytes
+
+// What the socket reads of a body at a time.
+constexpr int READ_STEP = 256 * 1024; // bytes
 
 /// One character for each byte, up to the first NUL.
 QString TextOf(const QByteArray &bytes)
@@ -146,13 +150,17 @@ bool LiesIn(const QByteArray &bytes, const QByteArray &storage)
 
 } // namespace
 
-AppDeviceTransaction::AppDeviceTransaction(QTcpSocket *socket)
+AppDeviceTransaction::AppDeviceTransaction(QTcpSocket *socket, int requestTimeMs)
 {
     connect(socket, &QTcpSocket::disconnected, socket, &QTcpSocket::deleteLater);
+    connect(socket, &QTcpSocket::disconnected, this, [this] { mGone = true; });
     connect(socket, &QTcpSocket::readyRead, this, &AppDeviceTransaction::ReadyRead);
 
+    QElapsedTimer timer;
+    timer.start();
     while (mContentRemaining != 0) {
-        if (!socket->waitForReadyRead(READ_TIMEOUT_MS)) {
+        if (!socket->waitForReadyRead(READ_TIMEOUT_MS) ||
+            IsTooSlow(timer.elapsed(), requestTimeMs)) {
             socket->disconnectFromHost();
             return;
         }
@@ -165,12 +173,15 @@ AppDeviceTransaction::AppDeviceTransaction(QTcpSocket *socket)
 AppDeviceTransaction::~AppDeviceTransaction()
 {
     delete mPackage;
-    if (mSocket == nullptr)
-        return;
-    // While the rest of the reply drains, nothing that still comes in is kept.
-    QTcpSocket *const socket = mSocket;
-    connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
-    socket->disconnectFromHost();
+    if (mSocket != nullptr)
+        mSocket->disconnectFromHost();
+}
+
+bool AppDeviceTransaction::IsTooSlow(qint64 elapsedMs, int requestTimeMs) const
+{
+    // A request that is complete is answered, however long it took.
+    return mContentRemaining != 0 && elapsedMs > requestTimeMs &&
+           mReceived * 1000 < elapsedMs * BYTES_PER_SECOND_MIN;
 }
 
 void AppDeviceTransaction::ReadyRead()
@@ -183,12 +194,18 @@ void AppDeviceTransaction::ReadyRead()
 
 void AppDeviceTransaction::ReadHeaderLine(QTcpSocket *socket)
 {
-    const QString line = TextOf(socket->readLine());
+    const QByteArray bytes = socket->readLine();
+    mReceived += bytes.size();
+    const QString line = TextOf(bytes);
     if (line.trimmed().isEmpty()) {
         mHeadersDone = 1;
         return;
     }
 
+    if (line.startsWith(QLatin1String("Origin:"), Qt::CaseInsensitive)) {
+        mFromWebPage = true;
+        mOrigin = line.mid(static_cast<int>(sizeof("Origin:")) - 1).trimmed();
+    }
     // Names are taken in the device's letter case only. A missing word is an empty one.
     const QStringView name = PieceAt(line, ' ', 0);
     if (name == QLatin1String("Content-Type:")) {
@@ -206,6 +223,7 @@ void AppDeviceTransaction::ReadBody(QTcpSocket *socket)
         std::min<qint64>(socket->bytesAvailable(), std::numeric_limits<int>::max()));
     if (available == 0 || mHeadersDone != 1)
         return;
+    mReceived += available;
 
     // Past the announced length, or without one, the request can never complete: what comes is
     // taken off the socket and dropped.
@@ -216,6 +234,8 @@ void AppDeviceTransaction::ReadBody(QTcpSocket *socket)
         return;
     }
 
+    // From here on it comes to mContent in small steps, so that the socket keeps no second copy.
+    socket->setReadBufferSize(READ_STEP);
     const int received = static_cast<int>(mContent.size());
     mContent.reserve(std::min(received + mContentRemaining, RESERVE_MAX));
     mContent.resize(received + available);
@@ -349,6 +369,8 @@ int AppDeviceTransaction::Reply(const AppPackage &package)
                               "Content-Transfer-Encoding: binary\r\n"
                               "Content-Length: " +
                               QByteArray::number(package.ExportSize()) + "\r\n\r\n";
+    if (mGone)
+        return 0;
     // The first piece is short. The others go to the socket as they are, and it keeps no copy.
     mSocket->write(header + pieces.first());
     for (int i = 1; i < pieces.size(); ++i)

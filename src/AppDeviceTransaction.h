@@ -24,6 +24,11 @@ class AppDeviceTransaction : public QObject
 public:
     static constexpr int READ_TIMEOUT_MS = 5000; ///< for each wait, not for the whole request
 
+    /// For the request as a whole; one that takes longer must have come with BYTES_PER_SECOND_MIN
+    /// on average.
+    static constexpr int REQUEST_TIME_MS = 60000;
+    static constexpr int BYTES_PER_SECOND_MIN = 1024;
+
     /// The command codes of the property `cmd`.
     enum COMMAND {
         COMMAND_SEARCH = 1,
@@ -39,8 +44,8 @@ public:
 
     /// Reads and parses the request. `socket` is not owned, but told to delete itself as soon as it
     /// is disconnected. Afterwards mValid says whether the request arrived whole; if it did not,
-    /// the connection is already being closed.
-    explicit AppDeviceTransaction(QTcpSocket *socket);
+    /// the connection is already being closed. `requestTimeMs` is for tests, which cannot wait.
+    explicit AppDeviceTransaction(QTcpSocket *socket, int requestTimeMs = REQUEST_TIME_MS);
     ~AppDeviceTransaction() override;
 
     /// Removes the first line and its CR LF from mContent and returns it, one character for each
@@ -66,6 +71,8 @@ public:
     QString mContentType;          ///< second word of the "Content-Type:" line
     QString mBoundary;             ///< of the multipart body
     int mContentRemaining = -1;    ///< bytes of the body still to come; negative never completes
+    bool mFromWebPage = false;     ///< it has an "Origin:" line, as only browsers send it
+    QString mOrigin;               ///< where that page comes from, as the browser says
 
     QString mUsr;                   ///< `usr`: the user's name
     QString mPwd;                   ///< `pwd`: the digest of the user's password
@@ -81,12 +88,16 @@ private slots:
     void ReadyRead();
 
 private:
+    bool IsTooSlow(qint64 elapsedMs, int requestTimeMs) const;
     void ReadHeaderLine(QTcpSocket *socket);
     void ReadBody(QTcpSocket *socket);
     void HoldContent();
     void ConsumeContent(qsizetype count);
     int ParseUrlEncoded();
     int ParseMultipart();
+
+    qint64 mReceived = 0; ///< bytes of the request, headers included
+    bool mGone = false;   ///< the device has closed or reset the connection
 
     // While it is parsed mContent is a view that gets shorter, so that nothing is moved.
     QByteArray mContentStorage;             ///< keeps the bytes that mContent is a view of

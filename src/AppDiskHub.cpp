@@ -4,25 +4,24 @@
 #include "AppDiskHub.h"
 
 #include "AppCbmUtil.h"
+#include "AppConnection.h"
 #include "AppDeviceTransaction.h"
 #include "AppDosName.h"
 #include "AppMainWindow.h"
 #include "AppMediaMgr.h"
 #include "AppPackage.h"
+#include "AppPrintable.h"
+#include "AppServer.h"
 #include "MxMd5.h"
 
+#include <QAbstractEventDispatcher>
 #include <QNetworkInterface>
 #include <QPlainTextEdit>
 #include <QSettings>
-#include <QTcpServer>
-#include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
 #include <utility>
-
-#if QT_VERSION < QT_VERSION_CHECK(6, 3, 0) && defined(Q_OS_UNIX)
-#include <sys/socket.h>
-#endif
 
 namespace
 {
@@ -33,9 +32,11 @@ const QLatin1String APPLICATION("Disk Hub");
 
 constexpr int DEFAULT_PORT = 80;
 
-// Connections that wait while one is being served, as far as the system lets them: one that finds
-// no room is tried again after seconds, and what it has sent by then may come too late.
-constexpr int LISTEN_BACKLOG = 4096;
+// Requests that are answered one after the other before the event loop gets a turn, which sends
+// what is left of replies and lets the window live.
+constexpr int REQUESTS_IN_TURN_MAX = 16;
+
+constexpr int ACCEPT_AGAIN_MS = 1000; // after the system had no descriptor for a connection
 
 // The type column of a listing, by AppPackage::DISKTYPE.
 const char *const DISK_TYPES[] = {"d64", "d71", "d81", "d80", "d82"};
@@ -160,6 +161,11 @@ AppDiskHub::AppDiskHub(int argc, char **argv) : QApplication(KeepArgc(argc), arg
     Q_ASSERT(mInstance == 0); // NOLINT(modernize-use-nullptr): the text is part of the report
     mInstance = this;
 
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::awake, this,
+            [this] { mRequestsInTurn = 0; });
+    connect(&mReplies, &AppPendingReplies::MadeRoom, this, &AppDiskHub::HandleRequest,
+            Qt::QueuedConnection);
+
     mMainWindow = new AppMainWindow;
     mMainWindow->show();
     ScanInterfaces();
@@ -176,6 +182,7 @@ AppDiskHub::~AppDiskHub()
     StopServer();
     SaveSettings();
     delete mMainWindow;
+    mReplies.Finish(REPLIES_END_MS);
     Q_ASSERT(mInstance);
     mInstance = nullptr;
 }
@@ -192,12 +199,10 @@ int AppDiskHub::StartServer()
         return -1;
     }
 
-    mServer = new QTcpServer(this);
-#if QT_VERSION >= QT_VERSION_CHECK(6, 3, 0)
-    mServer->setListenBacklogSize(LISTEN_BACKLOG);
-#endif
+    auto *const server = new AppServer(this);
+    mServer = server;
     const QHostAddress address = mInterfaces.at(mActiveIfc).addr;
-    if (!mServer->listen(address, static_cast<quint16>(mPort))) {
+    if (!server->Listen(address, static_cast<quint16>(mPort))) {
         Log(tr("Unable to start server on port %1!").arg(mPort));
         Log(tr("Please verify the selected interface is active and the selected port is not in "
                "use by another application."));
@@ -205,12 +210,9 @@ int AppDiskHub::StartServer()
         mServer = nullptr;
         return -1;
     }
-#if QT_VERSION < QT_VERSION_CHECK(6, 3, 0) && defined(Q_OS_UNIX)
-    // These versions ask for 50 and have no call to change it. Listening again does.
-    ::listen(static_cast<int>(mServer->socketDescriptor()), LISTEN_BACKLOG);
-#endif
     Log(tr("Server running on IP: %1 PORT: %2").arg(address.toString()).arg(mPort));
     connect(mServer, &QTcpServer::newConnection, this, &AppDiskHub::HandleRequest);
+    connect(mServer, &QTcpServer::acceptError, this, &AppDiskHub::AcceptFailed);
     return 0;
 }
 
@@ -380,17 +382,55 @@ void AppDiskHub::SaveSettings() const
 
 void AppDiskHub::HandleRequest()
 {
-    AppDeviceTransaction transaction(mServer->nextPendingConnection());
-    if (!transaction.mValid)
+    // Called later, too, for a connection that had to wait; the server may be another by then.
+    if (mServer == nullptr || !mServer->hasPendingConnections() || !mReplies.HasRoom())
         return;
+    if (++mRequestsInTurn > REQUESTS_IN_TURN_MAX) {
+        QTimer::singleShot(0, mServer, [this] { HandleRequest(); });
+        return;
+    }
 
+    mShortOfResources = false;
+    auto *const connection = static_cast<AppConnection *>(mServer->nextPendingConnection());
+    {
+        AppDeviceTransaction transaction(connection);
+        if (!transaction.mValid)
+            return;
+        Answer(&transaction);
+    }
+    mReplies.Add(connection);
+}
+
+void AppDiskHub::Answer(AppDeviceTransaction *transaction)
+{
     AppPackage package;
     const USER *user = nullptr;
-    if (mValidate)
-        user = Authenticate(transaction, &package);
+    if (transaction->mFromWebPage)
+        RefuseWebPage(*transaction, &package);
+    else if (mValidate)
+        user = Authenticate(*transaction, &package);
     if (package.result == AppPackage::RESULT_OK)
-        RunCommand(transaction, user, &package);
-    transaction.Reply(package);
+        RunCommand(*transaction, user, &package);
+    transaction->Reply(package);
+}
+
+void AppDiskHub::AcceptFailed()
+{
+    // The server has paused. It would find the same again at once, so give others time to close.
+    if (!mShortOfResources)
+        Log(tr("Unable to accept connections: %1").arg(mServer->errorString()));
+    mShortOfResources = true;
+    mReplies.DropIdlest();
+    QTimer::singleShot(ACCEPT_AGAIN_MS, mServer, [this] { mServer->resumeAccepting(); });
+}
+
+void AppDiskHub::RefuseWebPage(const AppDeviceTransaction &transaction, AppPackage *package)
+{
+    // No device sends this header, but every browser: a page that its user looks at could otherwise
+    // read and overwrite what the hub serves.
+    Log(tr("Authentication Failure: request of a web page (%1)")
+            .arg(AppPrintable::Shown(transaction.mOrigin)));
+    package->result = AppPackage::RESULT_AUTH_FAILURE;
 }
 
 const AppDiskHub::USER *AppDiskHub::Authenticate(const AppDeviceTransaction &transaction,
@@ -399,14 +439,16 @@ const AppDiskHub::USER *AppDiskHub::Authenticate(const AppDeviceTransaction &tra
     // Why a login failed is told to the console only.
     const USER *const user = User(transaction.mUsr);
     if (user == nullptr) {
-        Log(tr("Authentication Failure: unknown user '%1'").arg(transaction.mUsr));
+        Log(tr("Authentication Failure: unknown user '%1'")
+                .arg(AppPrintable::Shown(transaction.mUsr)));
         package->result = AppPackage::RESULT_AUTH_FAILURE;
     } else if (user->md5 != transaction.mPwd) {
-        Log(tr("Authentication Failure: password mismatch for user '%1'").arg(transaction.mUsr));
+        Log(tr("Authentication Failure: password mismatch for user '%1'")
+                .arg(AppPrintable::Shown(transaction.mUsr)));
         package->result = AppPackage::RESULT_AUTH_FAILURE;
     } else if (user->ro && transaction.mCmd == AppDeviceTransaction::COMMAND_UPLOAD) {
         Log(tr("Authentication Failure: upload not accepted: user '%1' has read-only access")
-                .arg(transaction.mUsr));
+                .arg(AppPrintable::Shown(transaction.mUsr)));
         package->result = AppPackage::RESULT_READ_ONLY;
     }
     return user;
@@ -417,15 +459,16 @@ void AppDiskHub::RunCommand(const AppDeviceTransaction &transaction, const USER 
 {
     switch (transaction.mCmd) {
     case AppDeviceTransaction::COMMAND_SEARCH:
-        Log(tr("SEARCH request from Skylet UUID: %1").arg(transaction.mUdid));
+        Log(tr("SEARCH request from Skylet UUID: %1").arg(AppPrintable::Shown(transaction.mUdid)));
         CommandSearch(transaction, user, package);
         break;
     case AppDeviceTransaction::COMMAND_DOWNLOAD:
-        Log(tr("DOWNLOAD request from Skylet UUID: %1").arg(transaction.mUdid));
+        Log(tr("DOWNLOAD request from Skylet UUID: %1")
+                .arg(AppPrintable::Shown(transaction.mUdid)));
         CommandDownload(transaction, user, package);
         break;
     case AppDeviceTransaction::COMMAND_UPLOAD:
-        Log(tr("UPLOAD request from Skylet UUID: %1").arg(transaction.mUdid));
+        Log(tr("UPLOAD request from Skylet UUID: %1").arg(AppPrintable::Shown(transaction.mUdid)));
         CommandUpload(transaction, user, package);
         break;
     default:

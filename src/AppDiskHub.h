@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "AppPendingReplies.h"
+
 #include <QApplication>
 #include <QHostAddress>
 #include <QList>
@@ -47,7 +49,8 @@ public:
     /// `argv` must outlive the object.
     AppDiskHub(int argc, char **argv);
 
-    /// Stops the server and saves the settings: the only time that they are written.
+    /// Stops the server, saves the settings, which is the only time that they are written, and
+    /// closes the window. Replies that are still being read get REPLIES_END_MS to be finished.
     ~AppDiskHub() override;
 
     /// The one hub, or null before and after its life.
@@ -57,7 +60,8 @@ public:
     /// been stopped. Returns 0, or -1 without a server.
     int StartServer();
 
-    /// Closes the listening socket and its connections, if there are any.
+    /// Closes the listening socket, if there is one. Requests that have been answered get their
+    /// whole reply all the same.
     void StopServer();
 
     /// StopServer() and StartServer(); returns the latter's result.
@@ -107,6 +111,8 @@ public:
     void CommandUpload(const AppDeviceTransaction &transaction, const USER *user,
                        AppPackage *package);
 
+    static constexpr int REPLIES_END_MS = 5000; ///< for the readers, when the hub ends
+
     AppMainWindow *mMainWindow = nullptr; ///< owned
     QList<INTERFACE> mInterfaces;
     int mActiveIfc = -1;           ///< index into mInterfaces, -1 for none
@@ -128,10 +134,17 @@ private:
 
     void LoadUsers(const QSettings &settings);
     void RestoreInterface(const QString &name, const QString &addr);
+    void Answer(AppDeviceTransaction *transaction);
+    void AcceptFailed();
+    void RefuseWebPage(const AppDeviceTransaction &transaction, AppPackage *package);
     const USER *Authenticate(const AppDeviceTransaction &transaction, AppPackage *package);
     void RunCommand(const AppDeviceTransaction &transaction, const USER *user, AppPackage *package);
     void Store(const UPLOAD_KIND &kind, const QString &directory, const AppDosName &name,
                const QByteArray &data, bool replace, AppPackage *package);
+
+    AppPendingReplies mReplies;
+    int mRequestsInTurn = 0;        ///< taken since the event loop last had its turn
+    bool mShortOfResources = false; ///< the last connection could not be accepted
 
     static AppDiskHub *mInstance;
 };
