@@ -7,6 +7,7 @@
 #include "AppConnection.h"
 #include "AppDeviceTransaction.h"
 #include "AppDosName.h"
+#include "AppImageKinds.h"
 #include "AppMainWindow.h"
 #include "AppMediaMgr.h"
 #include "AppPackage.h"
@@ -38,9 +39,8 @@ constexpr int REQUESTS_IN_TURN_MAX = 16;
 
 constexpr int ACCEPT_AGAIN_MS = 1000; // after the system had no descriptor for a connection
 
-// The type column of a listing, by AppPackage::DISKTYPE.
-const char *const DISK_TYPES[] = {"d64", "d71", "d81", "d80", "d82"};
-const char PROGRAM_TYPE[] = "prg";
+// The type column of a listing, of a program.
+const QLatin1String PROGRAM_TYPE("prg");
 
 /// A place for argc that outlives the application object, which keeps a reference to it.
 int &KeepArgc(int argc)
@@ -68,12 +68,13 @@ QByteArray ListingBegin(const char *title)
            AppCbmUtil::ProgramDirectoryHeader(AppCbmUtil::AsciiToPetscii(QByteArray(title)));
 }
 
-void AppendEntry(QByteArray *listing, const AppDosName &name, const char *type)
+void AppendEntry(QByteArray *listing, const AppDosName &name, QLatin1String type)
 {
     char petscii[AppDosName::SIZE + 1];
     name.ToString(petscii, false);
     listing->append(AppCbmUtil::ProgramDirectoryEntry(
-        0, QByteArray(petscii), AppCbmUtil::AsciiToPetscii(QByteArray(type))));
+        0, QByteArray(petscii),
+        AppCbmUtil::AsciiToPetscii(QByteArray(type.data(), static_cast<int>(type.size())))));
 }
 
 /// The directories that a request works on.
@@ -117,7 +118,7 @@ void DownloadDisks(const QString &directory, const AppDosName &pattern, AppPacka
             continue;
         if (fits)
             package->AddDisk(disk.type, disk.name, data);
-        AppendEntry(&listing, disk.name, DISK_TYPES[disk.type]);
+        AppendEntry(&listing, disk.name, AppImageKinds::ListingType(disk.type));
     }
     listing.append(AppCbmUtil::ProgramEnd());
     package->SetProgram(DosName("manifest"), listing);
@@ -484,7 +485,7 @@ void AppDiskHub::CommandSearch(const AppDeviceTransaction &transaction, const US
     const QList<AppMediaMgr::DISK> disks =
         AppMediaMgr::Instance().SearchDisks(directories.disks, transaction.mPat);
     for (const AppMediaMgr::DISK &disk : disks)
-        AppendEntry(&listing, disk.name, DISK_TYPES[disk.type]);
+        AppendEntry(&listing, disk.name, AppImageKinds::ListingType(disk.type));
     const QList<AppMediaMgr::PROGRAM> programs =
         AppMediaMgr::Instance().SearchPrograms(directories.programs, transaction.mPat);
     for (const AppMediaMgr::PROGRAM &program : programs)

@@ -3,48 +3,23 @@
 
 #include "AppMediaMgr.h"
 
+#include "AppImageKinds.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QSaveFile>
 
-#include <limits>
-
 namespace
 {
 
-/// One size that makes a file a disk image.
-struct IMAGE_SIZE {
-    int size; // bytes
-    AppPackage::DISKTYPE type;
-};
-
-// D64 images of 40 tracks are left out on purpose.
-const IMAGE_SIZE IMAGE_SIZES[] = {
-    {174848, AppPackage::DISK_D64}, // 35 tracks
-    {175531, AppPackage::DISK_D64}, // 35 tracks and 683 error bytes
-    {349696, AppPackage::DISK_D71}, {819200, AppPackage::DISK_D81},
-    {533248, AppPackage::DISK_D80}, {1066496, AppPackage::DISK_D82},
-};
-
-constexpr int NO_DISK = -1;
+// What was uploaded as a disk and has no disk's size.
+const QLatin1String UNKNOWN_DISK_EXTENSION(".dxx");
 
 QLatin1String DiskExtension(int type)
 {
-    switch (type) {
-    case AppPackage::DISK_D64:
-        return QLatin1String(".d64");
-    case AppPackage::DISK_D71:
-        return QLatin1String(".d71");
-    case AppPackage::DISK_D81:
-        return QLatin1String(".d81");
-    case AppPackage::DISK_D80:
-        return QLatin1String(".d80");
-    case AppPackage::DISK_D82:
-        return QLatin1String(".d82");
-    default:
-        return QLatin1String(".dxx");
-    }
+    const QLatin1String extension = AppImageKinds::Extension(type);
+    return extension.isEmpty() ? UNKNOWN_DISK_EXTENSION : extension;
 }
 
 /// Calls `visit(name, info)` for each entry of the directory and below whose name fits.
@@ -123,11 +98,7 @@ const AppMediaMgr &AppMediaMgr::Instance()
 
 int AppMediaMgr::IdentifyDiskBySize(int size) const
 {
-    for (const IMAGE_SIZE &image : IMAGE_SIZES) {
-        if (image.size == size)
-            return image.type;
-    }
-    return NO_DISK;
+    return AppImageKinds::TypeOfSize(size);
 }
 
 QList<AppMediaMgr::DISK> AppMediaMgr::SearchDisks(const QString &directory,
@@ -135,12 +106,8 @@ QList<AppMediaMgr::DISK> AppMediaMgr::SearchDisks(const QString &directory,
 {
     QList<DISK> disks;
     ForEachMatch(directory, pattern, [&](const AppDosName &name, const QFileInfo &info) {
-        const qint64 size = info.size();
-        // Before it is narrowed: 4 GiB and a D64 are no D64.
-        if (size > std::numeric_limits<int>::max())
-            return;
-        const int type = IdentifyDiskBySize(static_cast<int>(size));
-        if (type != NO_DISK)
+        const int type = AppImageKinds::TypeOfSize(info.size());
+        if (type != AppImageKinds::NO_DISKTYPE)
             disks.append({name, static_cast<AppPackage::DISKTYPE>(type), info});
     });
     return disks;
@@ -177,7 +144,7 @@ QString AppMediaMgr::AddUpdateDisk(const QString &directory, const AppDosName &n
 {
     QString fileName;
     name.ToString(&fileName, true);
-    fileName.append(DiskExtension(IdentifyDiskBySize(static_cast<int>(data.size()))));
+    fileName.append(DiskExtension(AppImageKinds::TypeOfSize(data.size())));
     return Write(directory, fileName, data);
 }
 
