@@ -11,23 +11,23 @@ namespace
 using namespace AppImageKinds;
 
 constexpr std::array<KIND, COUNT> KINDS = {{
-    {174848, AppPackage::DISK_D64, ".d64", 35, 0, 0, SERVED},
-    {175531, AppPackage::DISK_D64, ".d64", 35, 683, 0, SERVED},
-    {349696, AppPackage::DISK_D71, ".d71", 70, 0, 0, SERVED},
-    {819200, AppPackage::DISK_D81, ".d81", 80, 0, 0, SERVED},
-    {533248, AppPackage::DISK_D80, ".d80", 77, 0, 0, SERVED},
-    {1066496, AppPackage::DISK_D82, ".d82", 154, 0, 0, SERVED},
+    {174848, AppPackage::DISK_D64, "D64", ".d64", 35, 0, 0, SERVED},
+    {175531, AppPackage::DISK_D64, "D64", ".d64", 35, 683, 0, SERVED},
+    {349696, AppPackage::DISK_D71, "D71", ".d71", 70, 0, 0, SERVED},
+    {819200, AppPackage::DISK_D81, "D81", ".d81", 80, 0, 0, SERVED},
+    {533248, AppPackage::DISK_D80, "D80", ".d80", 77, 0, 0, SERVED},
+    {1066496, AppPackage::DISK_D82, "D82", ".d82", 154, 0, 0, SERVED},
 
-    {196608, AppPackage::DISK_D64, ".d64", 40, 0, 0, TOO_MANY_TRACKS},
-    {197376, AppPackage::DISK_D64, ".d64", 40, 768, 0, TOO_MANY_TRACKS},
-    {205312, AppPackage::DISK_D64, ".d64", 42, 0, 0, TOO_MANY_TRACKS},
-    {206114, AppPackage::DISK_D64, ".d64", 42, 802, 0, TOO_MANY_TRACKS},
-    {351062, AppPackage::DISK_D71, ".d71", 70, 1366, 0, ERROR_BYTES},
-    {822400, AppPackage::DISK_D81, ".d81", 80, 3200, 0, ERROR_BYTES},
-    {535331, AppPackage::DISK_D80, ".d80", 77, 2083, 0, ERROR_BYTES},
-    {1070662, AppPackage::DISK_D82, ".d82", 154, 4166, 0, ERROR_BYTES},
-    {174912, AppPackage::DISK_D64, ".d64", 35, 0, 64, EXTRA_HEADER},
-    {175595, AppPackage::DISK_D64, ".d64", 35, 683, 64, EXTRA_HEADER},
+    {196608, AppPackage::DISK_D64, "D64", ".d64", 40, 0, 0, TOO_MANY_TRACKS},
+    {197376, AppPackage::DISK_D64, "D64", ".d64", 40, 768, 0, TOO_MANY_TRACKS},
+    {205312, AppPackage::DISK_D64, "D64", ".d64", 42, 0, 0, TOO_MANY_TRACKS},
+    {206114, AppPackage::DISK_D64, "D64", ".d64", 42, 802, 0, TOO_MANY_TRACKS},
+    {351062, AppPackage::DISK_D71, "D71", ".d71", 70, 1366, 0, ERROR_BYTES},
+    {822400, AppPackage::DISK_D81, "D81", ".d81", 80, 3200, 0, ERROR_BYTES},
+    {535331, AppPackage::DISK_D80, "D80", ".d80", 77, 2083, 0, ERROR_BYTES},
+    {1070662, AppPackage::DISK_D82, "D82", ".d82", 154, 4166, 0, ERROR_BYTES},
+    {174912, AppPackage::DISK_D64, "D64", ".d64", 35, 0, 64, EXTRA_HEADER},
+    {175595, AppPackage::DISK_D64, "D64", ".d64", 35, 683, 64, EXTRA_HEADER},
 }};
 
 constexpr int BLOCK_SIZE = 256; // bytes
@@ -67,6 +67,13 @@ const KIND *AppImageKinds::OfSize(qint64 size)
     return found == KINDS.end() ? nullptr : &*found;
 }
 
+const KIND *AppImageKinds::OfType(int type)
+{
+    const auto found = std::find_if(KINDS.begin(), KINDS.end(),
+                                    [type](const KIND &kind) { return kind.type == type; });
+    return found == KINDS.end() ? nullptr : &*found;
+}
+
 int AppImageKinds::TypeOfSize(qint64 size)
 {
     const KIND *const kind = OfSize(size);
@@ -75,9 +82,8 @@ int AppImageKinds::TypeOfSize(qint64 size)
 
 QLatin1String AppImageKinds::Extension(int type)
 {
-    const auto found = std::find_if(KINDS.begin(), KINDS.end(),
-                                    [type](const KIND &kind) { return kind.type == type; });
-    return found == KINDS.end() ? QLatin1String() : QLatin1String(found->extension);
+    const KIND *const kind = OfType(type);
+    return kind == nullptr ? QLatin1String() : QLatin1String(kind->extension);
 }
 
 QLatin1String AppImageKinds::ListingType(int type)

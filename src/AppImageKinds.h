@@ -25,6 +25,7 @@ enum STATUS {
 struct KIND {
     int size; ///< bytes of such a file, all told
     AppPackage::DISKTYPE type;
+    const char *name;      ///< of the type, as people write it
     const char *extension; ///< of a file that holds one, with its dot
     int tracks;            ///< on all sides together
     int errorBytes;        ///< one for each block behind the blocks, or 0
@@ -36,11 +37,14 @@ constexpr int COUNT = 16;
 
 constexpr int NO_DISKTYPE = -1; ///< stands for a DISKTYPE where there is none
 
-/// All kinds, the served ones first.
+/// All kinds: the served ones first, of each type the one without error bytes before the other.
 const std::array<KIND, COUNT> &All();
 
 /// The kind of a file of exactly `size` bytes, or null.
 const KIND *OfSize(qint64 size);
+
+/// The kind of a DISKTYPE that is served, without error bytes; null for any other number.
+const KIND *OfType(int type);
 
 /// The AppPackage::DISKTYPE of a file of exactly `size` bytes, or NO_DISKTYPE if it is not served.
 int TypeOfSize(qint64 size);

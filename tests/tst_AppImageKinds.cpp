@@ -36,10 +36,9 @@ QStringList Captures(const QString &text, const QString &pattern)
     return captures;
 }
 
-/// "D64" and its like.
 QString TypeName(const AppImageKinds::KIND &kind)
 {
-    return QString::fromLatin1(kind.extension).mid(1).toUpper();
+    return QString::fromLatin1(kind.name);
 }
 
 /// A line "TYPE SIZE" for each size in the `sizes` of a type.

@@ -3,7 +3,10 @@
 
 #include "CheckImage.h"
 
+#include "AppImageKinds.h"
+
 #include <QHash>
+#include <QStringList>
 
 namespace
 {
@@ -36,11 +39,6 @@ const char *const UNPACK_LHA = QT_TRANSLATE_NOOP("CheckImage", "Unpack it: lha -
 const char *const UNPACK_TAR = QT_TRANSLATE_NOOP("CheckImage", "Unpack it: tar -xf OLD");
 
 const EXTENSION EXTENSIONS[] = {
-    {"d64", KIND_IMAGE, GET_ANEW},
-    {"d71", KIND_IMAGE, GET_ANEW},
-    {"d81", KIND_IMAGE, GET_ANEW},
-    {"d80", KIND_IMAGE, GET_ANEW},
-    {"d82", KIND_IMAGE, GET_ANEW},
     {"prg", KIND_PROGRAM, ""},
 
     {"dxx", KIND_UPLOAD, GET_ANEW},
@@ -85,70 +83,13 @@ const EXTENSION EXTENSIONS[] = {
     {"d8z", KIND_ARCHIVE, UNPACK_GZIP},
 };
 
+// Stands for the extensions of all images that the hub serves.
+const EXTENSION SERVED_IMAGE = {"d64", KIND_IMAGE, GET_ANEW};
+
 // Stands for "p00" to "p99".
 const EXTENSION WRAPPED_PROGRAM = {
     "p00", KIND_WRAPPED,
     QT_TRANSLATE_NOOP("CheckImage", "Cut its header off: tail -c +27 OLD > NEW.prg")};
-
-/// A size that no image of the hub has, and what such an image is.
-struct ODD_SIZE {
-    qint64 size; // bytes
-    const char *code;
-    const char *text;
-    const char *advice;
-};
-
-const char *const CUT_TRACKS = QT_TRANSLATE_NOOP(
-    "CheckImage", "If nothing lies beyond track 35: head -c 174848 OLD > NEW.d64; else copy its "
-                  "files to other images with c1541.");
-const char *const CUT_HEADER =
-    QT_TRANSLATE_NOOP("CheckImage", "Cut its header off: tail -c +65 OLD > NEW.d64");
-
-const ODD_SIZE ODD_SIZES[] = {
-    {196608, "too-many-tracks",
-     QT_TRANSLATE_NOOP("CheckImage", "a D64 of 40 tracks; the hub serves those of 35"), CUT_TRACKS},
-    {197376, "too-many-tracks",
-     QT_TRANSLATE_NOOP("CheckImage",
-                       "a D64 of 40 tracks with error bytes; the hub serves those of 35"),
-     CUT_TRACKS},
-    {205312, "too-many-tracks",
-     QT_TRANSLATE_NOOP("CheckImage", "a D64 of 42 tracks; the hub serves those of 35"), CUT_TRACKS},
-    {206114, "too-many-tracks",
-     QT_TRANSLATE_NOOP("CheckImage",
-                       "a D64 of 42 tracks with error bytes; the hub serves those of 35"),
-     CUT_TRACKS},
-    {351062, "error-bytes",
-     QT_TRANSLATE_NOOP("CheckImage", "a D71 with error bytes; the hub serves those without"),
-     QT_TRANSLATE_NOOP("CheckImage", "Cut them off: head -c 349696 OLD > NEW.d71")},
-    {822400, "error-bytes",
-     QT_TRANSLATE_NOOP("CheckImage", "a D81 with error bytes; the hub serves those without"),
-     QT_TRANSLATE_NOOP("CheckImage", "Cut them off: head -c 819200 OLD > NEW.d81")},
-    {535331, "error-bytes",
-     QT_TRANSLATE_NOOP("CheckImage", "a D80 with error bytes; the hub serves those without"),
-     QT_TRANSLATE_NOOP("CheckImage", "Cut them off: head -c 533248 OLD > NEW.d80")},
-    {1070662, "error-bytes",
-     QT_TRANSLATE_NOOP("CheckImage", "a D82 with error bytes; the hub serves those without"),
-     QT_TRANSLATE_NOOP("CheckImage", "Cut them off: head -c 1066496 OLD > NEW.d82")},
-    {174912, "extra-header", QT_TRANSLATE_NOOP("CheckImage", "a D64 behind a header of 64 bytes"),
-     CUT_HEADER},
-    {175595, "extra-header",
-     QT_TRANSLATE_NOOP("CheckImage", "a D64 with error bytes behind a header of 64 bytes"),
-     CUT_HEADER},
-};
-
-/// The sizes by which the hub knows an image.
-struct IMAGE {
-    const char *suffix;
-    const char *sizes;
-};
-
-const IMAGE IMAGES[] = {
-    {"d64", QT_TRANSLATE_NOOP("CheckImage", "174848 bytes, or 175531 with error bytes")},
-    {"d71", QT_TRANSLATE_NOOP("CheckImage", "349696 bytes")},
-    {"d81", QT_TRANSLATE_NOOP("CheckImage", "819200 bytes")},
-    {"d80", QT_TRANSLATE_NOOP("CheckImage", "533248 bytes")},
-    {"d82", QT_TRANSLATE_NOOP("CheckImage", "1066496 bytes")},
-};
 
 /// How a file of another kind begins, what it is, and the extension whose advice fits it.
 struct MAGIC {
@@ -198,6 +139,8 @@ const EXTENSION *Find(const QString &suffix)
 {
     static const QHash<QString, const EXTENSION *> BY_SUFFIX = [] {
         QHash<QString, const EXTENSION *> bySuffix;
+        for (const AppImageKinds::KIND &kind : AppImageKinds::All())
+            bySuffix.insert(AppImageKinds::ListingType(kind.type), &SERVED_IMAGE);
         for (const EXTENSION &extension : EXTENSIONS)
             bySuffix.insert(QLatin1String(extension.suffix), &extension);
         return bySuffix;
@@ -228,11 +171,58 @@ CheckImage::REASON WhyNotByContent(const QByteArray &head)
     return {};
 }
 
+CheckImage::REASON TooManyTracks(const AppImageKinds::KIND &kind, const AppImageKinds::KIND &served)
+{
+    const QString text =
+        kind.errorBytes > 0
+            ? CheckImage::tr("a %1 of %2 tracks with error bytes; the hub serves those of %3")
+            : CheckImage::tr("a %1 of %2 tracks; the hub serves those of %3");
+    return {QStringLiteral("too-many-tracks"),
+            text.arg(QLatin1String(kind.name)).arg(kind.tracks).arg(served.tracks),
+            CheckImage::tr("If nothing lies beyond track %1: head -c %2 OLD > NEW%3; else copy its "
+                           "files to other images with c1541.")
+                .arg(served.tracks)
+                .arg(served.size)
+                .arg(QLatin1String(served.extension))};
+}
+
+CheckImage::REASON ErrorBytes(const AppImageKinds::KIND &served)
+{
+    return {QStringLiteral("error-bytes"),
+            CheckImage::tr("a %1 with error bytes; the hub serves those without")
+                .arg(QLatin1String(served.name)),
+            CheckImage::tr("Cut them off: head -c %1 OLD > NEW%2")
+                .arg(served.size)
+                .arg(QLatin1String(served.extension))};
+}
+
+CheckImage::REASON ExtraHeader(const AppImageKinds::KIND &kind)
+{
+    const QString text = kind.errorBytes > 0
+                             ? CheckImage::tr("a %1 with error bytes behind a header of %2 bytes")
+                             : CheckImage::tr("a %1 behind a header of %2 bytes");
+    return {QStringLiteral("extra-header"),
+            text.arg(QLatin1String(kind.name)).arg(kind.headerBytes),
+            CheckImage::tr("Cut its header off: tail -c +%1 OLD > NEW%2")
+                .arg(kind.headerBytes + 1)
+                .arg(QLatin1String(kind.extension))};
+}
+
 CheckImage::REASON WhyNotBySize(qint64 size)
 {
-    for (const ODD_SIZE &odd : ODD_SIZES) {
-        if (odd.size == size)
-            return {QLatin1String(odd.code), CheckImage::tr(odd.text), CheckImage::tr(odd.advice)};
+    const AppImageKinds::KIND *const kind = AppImageKinds::OfSize(size);
+    if (kind == nullptr)
+        return {};
+    const AppImageKinds::KIND &served = *AppImageKinds::OfType(kind->type);
+    switch (kind->status) {
+    case AppImageKinds::TOO_MANY_TRACKS:
+        return TooManyTracks(*kind, served);
+    case AppImageKinds::ERROR_BYTES:
+        return ErrorBytes(served);
+    case AppImageKinds::EXTRA_HEADER:
+        return ExtraHeader(*kind);
+    case AppImageKinds::SERVED:
+        break;
     }
     return {};
 }
@@ -240,11 +230,14 @@ CheckImage::REASON WhyNotBySize(qint64 size)
 /// The sizes that an image should have, in words.
 QString SizesOf(const QString &suffix)
 {
-    for (const IMAGE &image : IMAGES) {
-        if (suffix == QLatin1String(image.suffix))
-            return CheckImage::tr(image.sizes);
+    QStringList sizes; // without error bytes, then with them
+    for (const AppImageKinds::KIND &kind : AppImageKinds::All()) {
+        if (kind.status == AppImageKinds::SERVED && suffix == AppImageKinds::ListingType(kind.type))
+            sizes.append(QString::number(kind.size));
     }
-    return QString();
+    return sizes.size() > 1
+               ? CheckImage::tr("%1 bytes, or %2 with error bytes").arg(sizes.at(0), sizes.at(1))
+               : CheckImage::tr("%1 bytes").arg(sizes.value(0));
 }
 
 } // namespace

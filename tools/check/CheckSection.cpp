@@ -5,6 +5,7 @@
 
 #include "CheckName.h"
 
+#include "AppImageKinds.h"
 #include "AppMediaMgr.h"
 
 #include <QDir>
@@ -12,14 +13,10 @@
 #include <QHash>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace
 {
-
-// By AppPackage::DISKTYPE.
-const char *const DISK_TYPES[] = {"D64", "D71", "D81", "D80", "D82"};
 
 /// The pattern that fits every name.
 AppDosName Everything()
@@ -41,8 +38,7 @@ bool IsReadable(const QFileInfo &info)
 
 bool HasDiskSize(const QFileInfo &info)
 {
-    return info.size() <= std::numeric_limits<int>::max() &&
-           AppMediaMgr::Instance().IdentifyDiskBySize(static_cast<int>(info.size())) >= 0;
+    return AppImageKinds::TypeOfSize(info.size()) != AppImageKinds::NO_DISKTYPE;
 }
 
 /// Empty if the file cannot be read.
@@ -88,7 +84,7 @@ void CheckSection::Search()
         const QList<AppMediaMgr::DISK> disks = media.SearchDisks(mDirectory, Everything());
         Reserve(disks.size());
         for (const AppMediaMgr::DISK &disk : disks)
-            Append(disk.name, DISK_TYPES[disk.type], disk.info);
+            Append(disk.name, AppImageKinds::OfType(disk.type)->name, disk.info);
     } else {
         const QList<AppMediaMgr::PROGRAM> programs = media.SearchPrograms(mDirectory, Everything());
         Reserve(programs.size());

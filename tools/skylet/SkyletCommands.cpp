@@ -3,7 +3,7 @@
 
 #include "SkyletCommands.h"
 
-#include "AppMediaMgr.h"
+#include "AppImageKinds.h"
 #include "AppPackage.h"
 #include "SkyletExit.h"
 
@@ -299,8 +299,7 @@ int SkyletCommands::WriteDisks(const SkyletAnswer &answer)
         const AppPackage::DISK &disk = *package.Disk(i);
         const QString path = QDir(directory).filePath(
             mFiles.UniqueName(disk.name, SkyletFiles::Extension(disk.type)));
-        if (AppMediaMgr::Instance().IdentifyDiskBySize(static_cast<int>(disk.data.size())) !=
-            disk.type)
+        if (AppImageKinds::TypeOfSize(disk.data.size()) != disk.type)
             mReport.Remark(tr("%1: %2 bytes are not the size of such an image")
                                .arg(path, QString::number(disk.data.size())));
         const int fileExitCode = WriteFile(path, disk.data);

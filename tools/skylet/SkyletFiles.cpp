@@ -3,17 +3,14 @@
 
 #include "SkyletFiles.h"
 
+#include "AppImageKinds.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QSaveFile>
 
-#include <iterator>
-
 namespace
 {
-
-// By AppPackage::DISKTYPE.
-const char *const EXTENSIONS[] = {"d64", "d71", "d81", "d80", "d82"};
 
 const char REFUSED_CHARACTERS[] = "/\\:*?\"<>|";
 
@@ -57,9 +54,7 @@ QString SafeStem(const AppDosName &name)
 
 QString SkyletFiles::Extension(AppPackage::DISKTYPE type)
 {
-    const int index = type;
-    return index >= 0 && index < int(std::size(EXTENSIONS)) ? QLatin1String(EXTENSIONS[index])
-                                                            : QString();
+    return AppImageKinds::ListingType(type);
 }
 
 QString SkyletFiles::UniqueName(const AppDosName &name, const QString &extension)

@@ -3,6 +3,7 @@
 
 #include "SkyletReply.h"
 
+#include "AppImageKinds.h"
 #include "AppPackage.h"
 #include "AppPackageFormat.h"
 #include "MxEndian.h"
@@ -104,8 +105,8 @@ SkyletReply::STATUS CheckDiskBlock(const QByteArray &body, qint64 offset, quint3
     const bool inside =
         imageOffset >= DISK_HEADER_SIZE && imageOffset <= size && imageSize <= size - imageOffset;
     const quint8 type = LeAt<quint8>(body, offset + DISK_HEADER_TYPE_OFFSET);
-    return inside && type <= AppPackage::DISK_D82 ? SkyletReply::VALID
-                                                  : SkyletReply::BAD_DISK_HEADER;
+    return inside && AppImageKinds::OfType(type) != nullptr ? SkyletReply::VALID
+                                                            : SkyletReply::BAD_DISK_HEADER;
 }
 
 /// Checks the entries and the blocks behind them; the header itself is known to be good.

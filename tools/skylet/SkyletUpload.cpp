@@ -3,6 +3,7 @@
 
 #include "SkyletUpload.h"
 
+#include "AppImageKinds.h"
 #include "AppMediaMgr.h"
 #include "AppPackageFormat.h"
 #include "MxEndian.h"
@@ -11,18 +12,9 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <limits>
 
 namespace
 {
-
-/// The DISKTYPE of an image of that size, or -1.
-int DiskType(qint64 size)
-{
-    if (size > std::numeric_limits<int>::max())
-        return -1;
-    return AppMediaMgr::Instance().IdentifyDiskBySize(static_cast<int>(size));
-}
 
 /// Returns 0, or -1 if the Commodore has no such name.
 int MakeName(const QString &text, AppDosName *name)
@@ -54,7 +46,7 @@ int AddFile(const SkyletUpload::OBJECT &object, AppPackage *package)
         return -1;
     if (object.isProgram)
         return package->SetProgram(object.name, data);
-    if (DiskType(data.size()) != object.type)
+    if (AppImageKinds::TypeOfSize(data.size()) != object.type)
         return -1;
     package->AddDisk(object.type, object.name, data);
     return 0;
@@ -72,8 +64,8 @@ int SkyletUpload::Identify(const QString &path, const QString &name, OBJECT *obj
     }
     object->path = path;
     object->isProgram = info.suffix().compare(QLatin1String("prg"), Qt::CaseInsensitive) == 0;
-    const int type = DiskType(info.size());
-    if (!object->isProgram && type < 0) {
+    const int type = AppImageKinds::TypeOfSize(info.size());
+    if (!object->isProgram && type == AppImageKinds::NO_DISKTYPE) {
         *error = tr("%1 is neither a program (.prg) nor, with %2 bytes, a disk image")
                      .arg(shown, QString::number(info.size()));
         return -1;
