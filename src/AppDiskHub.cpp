@@ -13,12 +13,10 @@
 #include "AppPackage.h"
 #include "AppPrintable.h"
 #include "AppServer.h"
-#include "MxMd5.h"
 
 #include <QAbstractEventDispatcher>
 #include <QNetworkInterface>
 #include <QPlainTextEdit>
-#include <QSettings>
 #include <QTimer>
 
 #include <algorithm>
@@ -26,12 +24,6 @@
 
 namespace
 {
-
-// The settings store: the platform's own format, in the user's scope.
-const QLatin1String ORGANISATION("Tesseline LLC");
-const QLatin1String APPLICATION("Disk Hub");
-
-constexpr int DEFAULT_PORT = 80;
 
 // Requests that are answered one after the other before the event loop gets a turn, which sends
 // what is left of replies and lets the window live.
@@ -50,9 +42,10 @@ int &KeepArgc(int argc)
     return kept;
 }
 
-QString EmptyPasswordDigest()
+/// The keys of a user are texts of the hub, in the store too.
+QString TranslateKey(const char *pattern)
 {
-    return MxMd5::HashDataToString("", 0);
+    return AppDiskHub::tr(pattern);
 }
 
 AppDosName DosName(const char *ascii)
@@ -295,7 +288,6 @@ int AppDiskHub::AddUser(const QString &name)
 {
     auto user = std::make_unique<USER>();
     user->name = name;
-    user->md5 = EmptyPasswordDigest();
     mUsers.push_back(std::move(user));
     return NumUsers() - 1;
 }
@@ -313,41 +305,24 @@ void AppDiskHub::RemAllUsers()
 
 void AppDiskHub::LoadSettings()
 {
-    const QSettings settings(ORGANISATION, APPLICATION);
-    mDiskPath = settings.value(QStringLiteral("media/disk_path")).toString();
-    mProgramPath = settings.value(QStringLiteral("media/program_path")).toString();
-    mValidate = settings.value(QStringLiteral("security/validate"), false).toBool();
-    mPort = settings.value(QStringLiteral("server/port"), DEFAULT_PORT).toInt();
-    const QString ifcName = settings.value(QStringLiteral("server/active_ifc_name")).toString();
-    const QString ifcAddr = settings.value(QStringLiteral("server/active_ifc_addr")).toString();
-    LoadUsers(settings);
-    RestoreInterface(ifcName, ifcAddr);
-}
-
-void AppDiskHub::LoadUsers(const QSettings &settings)
-{
+    const AppSettings settings(TranslateKey);
+    const AppSettings::HUB hub = settings.Hub();
+    mDiskPath = hub.diskPath;
+    mProgramPath = hub.programPath;
+    mValidate = hub.validate;
+    mPort = hub.port;
     RemAllUsers();
-    const int count =
-        settings.value(QStringLiteral("access/num_users"), QStringLiteral("0")).toInt();
-    for (int i = 0; i < count; ++i) {
-        const auto value = [&](const QString &key, const QVariant &absent) {
-            return settings.value(key.arg(i), absent);
-        };
-        USER *const user =
-            User(AddUser(value(tr("access/user_%1/name"), QStringLiteral("unknown")).toString()));
-        user->md5 = value(tr("access/user_%1/md5"), user->md5).toString();
-        user->ro = value(tr("access/user_%1/ro"), false).toBool();
-        user->own_dir = value(tr("access/user_%1/own_dir"), false).toBool();
-        user->disk_dir = value(tr("access/user_%1/disk_dir"), QString()).toString();
-        user->program_dir = value(tr("access/user_%1/program_dir"), QString()).toString();
-    }
+    const int count = settings.NumUsers();
+    for (int i = 0; i < count; ++i)
+        mUsers.push_back(std::make_unique<USER>(settings.User(i)));
+    RestoreInterface(settings.InterfaceName(), settings.InterfaceAddr());
 }
 
 void AppDiskHub::RestoreInterface(const QString &name, const QString &addr)
 {
     if (name.isEmpty() || addr.isEmpty())
         return;
-    // If none is the saved one, the last of the list is selected; so it is wanted.
+    // If none is the saved one, the last of the list is selected; that is deliberate.
     for (int i = 0; i < mInterfaces.size(); ++i) {
         mActiveIfc = i;
         if (mInterfaces.at(i).name == name && mInterfaces.at(i).addr.toString() == addr)
@@ -357,28 +332,16 @@ void AppDiskHub::RestoreInterface(const QString &name, const QString &addr)
 
 void AppDiskHub::SaveSettings() const
 {
-    QSettings settings(ORGANISATION, APPLICATION);
-    settings.setValue(QStringLiteral("media/disk_path"), mDiskPath);
-    settings.setValue(QStringLiteral("media/program_path"), mProgramPath);
-    settings.setValue(QStringLiteral("security/validate"), mValidate);
-    settings.setValue(QStringLiteral("server/port"), mPort);
+    AppSettings settings(TranslateKey);
+    settings.SetHub({mDiskPath, mProgramPath, mValidate, mPort});
     if (mActiveIfc >= 0) {
         const INTERFACE &active = mInterfaces.at(mActiveIfc);
-        settings.setValue(QStringLiteral("server/active_ifc_name"), active.name);
-        settings.setValue(QStringLiteral("server/active_ifc_addr"), active.addr.toString());
+        settings.SetInterface(active.name, active.addr.toString());
     }
-    settings.setValue(QStringLiteral("access/num_users"), NumUsers());
-    for (int i = 0; i < NumUsers(); ++i) {
-        const USER &user = *User(i);
-        settings.setValue(tr("access/user_%1/name").arg(i), user.name);
-        settings.setValue(tr("access/user_%1/md5").arg(i), user.md5);
-        // An integer, unlike own_dir: existing stores hold it so.
-        settings.setValue(tr("access/user_%1/ro").arg(i), user.ro ? 1 : 0);
-        settings.setValue(tr("access/user_%1/own_dir").arg(i), user.own_dir);
-        settings.setValue(tr("access/user_%1/disk_dir").arg(i), user.disk_dir);
-        settings.setValue(tr("access/user_%1/program_dir").arg(i), user.program_dir);
-    }
-    settings.sync();
+    settings.SetNumUsers(NumUsers());
+    for (int i = 0; i < NumUsers(); ++i)
+        settings.SetUser(i, *User(i));
+    settings.Save();
 }
 
 void AppDiskHub::HandleRequest()

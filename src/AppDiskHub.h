@@ -4,6 +4,7 @@
 #pragma once
 
 #include "AppPendingReplies.h"
+#include "AppSettings.h"
 
 #include <QApplication>
 #include <QHostAddress>
@@ -17,7 +18,6 @@ class AppDeviceTransaction;
 class AppDosName;
 class AppMainWindow;
 class AppPackage;
-class QSettings;
 class QTcpServer;
 
 /// The hub: the application object, the server, its users and settings, and the device's commands.
@@ -35,15 +35,7 @@ public:
         QHostAddress addr;
     };
 
-    /// One user of the access restrictions.
-    struct USER {
-        QString name;
-        QString md5;     ///< the password's digest, compared as text with what the device sends
-        bool ro = false; ///< may not upload
-        bool own_dir = false; ///< works on the two directories below, not on the hub's
-        QString disk_dir;
-        QString program_dir;
-    };
+    using USER = AppSettings::USER;
 
     /// Shows the main window, loads the settings and starts the server. A failed start is logged.
     /// `argv` must outlive the object.
@@ -132,7 +124,6 @@ private:
     static const UPLOAD_KIND DISK_UPLOAD;
     static const UPLOAD_KIND PROGRAM_UPLOAD;
 
-    void LoadUsers(const QSettings &settings);
     void RestoreInterface(const QString &name, const QString &addr);
     void Answer(AppDeviceTransaction *transaction);
     void AcceptFailed();

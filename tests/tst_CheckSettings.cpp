@@ -3,8 +3,8 @@
 
 #include "CheckSettings.h"
 
-#include "AppDiskHub.h"
-#include "HubFixture.h"
+#include "AppSettings.h"
+#include "HubSettings.h"
 
 #include <QTest>
 
@@ -128,18 +128,19 @@ void tst_CheckSettings::unrestrictedOwnDirectoriesAreUnused()
 
 void tst_CheckSettings::whatTheHubSavesIsRead()
 {
-    QVERIFY(mSettings.Write(HubSettings::Loopback()));
-    {
-        HubFixture hub;
-        hub->mDiskPath = QStringLiteral("/srv/my disks, all");
-        hub->mProgramPath = QStringLiteral("/srv/Prögramme");
-        hub->mValidate = true;
-        AppDiskHub::USER *const user = hub->User(hub->AddUser(QStringLiteral("änn")));
-        user->own_dir = true;
-        user->disk_dir = QStringLiteral("/srv/änn");
-        user->program_dir = QStringLiteral("C:\\programs");
-        hub->AddUser(QStringLiteral("bob"));
-    }
+    AppSettings settings;
+    settings.SetHub(
+        {QStringLiteral("/srv/my disks, all"), QStringLiteral("/srv/Prögramme"), true, 0});
+    AppSettings::USER ann;
+    ann.name = QStringLiteral("änn");
+    ann.own_dir = true;
+    ann.disk_dir = QStringLiteral("/srv/änn");
+    ann.program_dir = QStringLiteral("C:\\programs");
+    settings.SetNumUsers(2);
+    settings.SetUser(0, ann);
+    settings.SetUser(1, AppSettings::USER());
+    settings.Save();
+
     const QVector<CheckShelf::PLACE> places = CheckSettings::Places();
     QCOMPARE(places.size(), 2);
     QCOMPARE(*places.at(0).diskDirectory, QStringLiteral("/srv/my disks, all"));
@@ -162,6 +163,6 @@ void tst_CheckSettings::theStoreIsNotWritten()
     QVERIFY(!QFileInfo::exists(mSettings.FilePath()));
 }
 
-// The hub is the application object, so there is none before a test makes it.
 QTEST_APPLESS_MAIN(tst_CheckSettings)
+
 #include "tst_CheckSettings.moc"

@@ -3,10 +3,9 @@
 
 #include "CheckSettings.h"
 
-#include <QLatin1String>
-#include <QSettings>
-#include <QString>
-#include <QVariant>
+#include "AppSettings.h"
+
+#include <QStringList>
 
 #include <algorithm>
 
@@ -31,26 +30,23 @@ void AddUser(const CheckShelf::PLACE &own, QVector<CheckShelf::PLACE> *places)
 
 QVector<CheckShelf::PLACE> CheckSettings::Places()
 {
-    const QSettings settings(QStringLiteral("Tesseline LLC"), QStringLiteral("Disk Hub"));
-    const auto text = [&](const QString &key) { return settings.value(key).toString(); };
-
+    const AppSettings settings;
+    const AppSettings::HUB saved = settings.Hub();
     CheckShelf::PLACE hub;
-    hub.diskDirectory = text(QStringLiteral("media/disk_path"));
-    hub.programDirectory = text(QStringLiteral("media/program_path"));
+    hub.diskDirectory = saved.diskPath;
+    hub.programDirectory = saved.programPath;
     QVector<CheckShelf::PLACE> places{hub};
 
-    const bool restricted = settings.value(QStringLiteral("security/validate"), false).toBool();
-    const int count = settings.value(QStringLiteral("access/num_users"), 0).toInt();
+    const int count = settings.NumUsers();
     for (int i = 0; i < count; ++i) {
-        const QString user = QStringLiteral("access/user_%1/").arg(i);
-        if (!settings.value(user + QStringLiteral("own_dir"), false).toBool())
+        const AppSettings::USER user = settings.User(i);
+        if (!user.own_dir)
             continue;
         CheckShelf::PLACE own;
-        own.users = QStringList(
-            settings.value(user + QStringLiteral("name"), QStringLiteral("unknown")).toString());
-        own.inUse = restricted;
-        own.diskDirectory = text(user + QStringLiteral("disk_dir"));
-        own.programDirectory = text(user + QStringLiteral("program_dir"));
+        own.users = QStringList(user.name);
+        own.inUse = saved.validate;
+        own.diskDirectory = user.disk_dir;
+        own.programDirectory = user.program_dir;
         AddUser(own, &places);
     }
     return places;

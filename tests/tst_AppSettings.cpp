@@ -1,0 +1,183 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "AppSettings.h"
+
+#include "HubSettings.h"
+
+#include <QTest>
+
+namespace
+{
+
+const QString MD5_OF_NOTHING =
+    QStringLiteral("d41d8cd98f00b204e9800998ecf8427e"); // RFC 1321, section A.5: ""
+
+AppSettings::USER Alice()
+{
+    return {QStringLiteral("alice"),
+            QStringLiteral("AbC"),
+            true,
+            true,
+            QStringLiteral("/alice/disks"),
+            QStringLiteral("/alice/programs")};
+}
+
+/// Another language for the keys of a user.
+QString InCapitals(const char *pattern)
+{
+    return QString::fromLatin1(pattern).toUpper();
+}
+
+} // namespace
+
+class tst_AppSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void absentKeysHaveDefaults();
+    void readsEachKey();
+    void writesEachKey();
+    void keysOfUsersAreTranslated();
+    void whatIsNotSetStays();
+    void readingWritesNothing();
+
+private:
+    const HubSettings mSettings;
+};
+
+void tst_AppSettings::init()
+{
+    mSettings.Remove();
+}
+
+void tst_AppSettings::absentKeysHaveDefaults()
+{
+    const AppSettings settings;
+    QCOMPARE(settings.Hub().diskPath, QString());
+    QCOMPARE(settings.Hub().programPath, QString());
+    QCOMPARE(settings.Hub().validate, false);
+    QCOMPARE(settings.Hub().port, 80);
+    QCOMPARE(settings.InterfaceName(), QString());
+    QCOMPARE(settings.InterfaceAddr(), QString());
+    QCOMPARE(settings.NumUsers(), 0);
+    const AppSettings::USER user = settings.User(7);
+    QCOMPARE(user.name, QStringLiteral("unknown"));
+    QCOMPARE(user.md5, MD5_OF_NOTHING);
+    QCOMPARE(user.ro, false);
+    QCOMPARE(user.own_dir, false);
+    QCOMPARE(user.disk_dir, QString());
+    QCOMPARE(user.program_dir, QString());
+}
+
+void tst_AppSettings::readsEachKey()
+{
+    QVERIFY(mSettings.Write("[access]\nnum_users=2\n"
+                            "user_1\\disk_dir=/alice/disks\nuser_1\\md5=AbC\nuser_1\\name=alice\n"
+                            "user_1\\own_dir=true\nuser_1\\program_dir=/alice/programs\n"
+                            "user_1\\ro=1\n"
+                            "[media]\ndisk_path=/disks\nprogram_path=/programs\n"
+                            "[security]\nvalidate=true\n"
+                            "[server]\nactive_ifc_addr=192.0.2.1\nactive_ifc_name=eth0\n"
+                            "port=6410\n"));
+    const AppSettings settings;
+    QCOMPARE(settings.Hub().diskPath, QStringLiteral("/disks"));
+    QCOMPARE(settings.Hub().programPath, QStringLiteral("/programs"));
+    QCOMPARE(settings.Hub().validate, true);
+    QCOMPARE(settings.Hub().port, 6410);
+    QCOMPARE(settings.InterfaceName(), QStringLiteral("eth0"));
+    QCOMPARE(settings.InterfaceAddr(), QStringLiteral("192.0.2.1"));
+    QCOMPARE(settings.NumUsers(), 2);
+    QCOMPARE(settings.User(0).name, QStringLiteral("unknown"));
+    const AppSettings::USER user = settings.User(1);
+    QCOMPARE(user.name, QStringLiteral("alice"));
+    QCOMPARE(user.md5, QStringLiteral("AbC"));
+    QCOMPARE(user.ro, true);
+    QCOMPARE(user.own_dir, true);
+    QCOMPARE(user.disk_dir, QStringLiteral("/alice/disks"));
+    QCOMPARE(user.program_dir, QStringLiteral("/alice/programs"));
+}
+
+void tst_AppSettings::writesEachKey()
+{
+    AppSettings settings;
+    settings.SetHub({QStringLiteral("/disks"), QStringLiteral("/programs"), true, 6410});
+    settings.SetInterface(QStringLiteral("eth0"), QStringLiteral("192.0.2.1"));
+    settings.SetNumUsers(1);
+    settings.SetUser(0, Alice());
+    QVERIFY(!QFile::exists(mSettings.FilePath()));
+    settings.Save();
+    QCOMPARE(mSettings.Read(), QByteArray("[access]\n"
+                                          "num_users=1\n"
+                                          "user_0\\disk_dir=/alice/disks\n"
+                                          "user_0\\md5=AbC\n"
+                                          "user_0\\name=alice\n"
+                                          "user_0\\own_dir=true\n"
+                                          "user_0\\program_dir=/alice/programs\n"
+                                          "user_0\\ro=1\n"
+                                          "\n"
+                                          "[media]\n"
+                                          "disk_path=/disks\n"
+                                          "program_path=/programs\n"
+                                          "\n"
+                                          "[security]\n"
+                                          "validate=true\n"
+                                          "\n"
+                                          "[server]\n"
+                                          "active_ifc_addr=192.0.2.1\n"
+                                          "active_ifc_name=eth0\n"
+                                          "port=6410\n"));
+}
+
+void tst_AppSettings::keysOfUsersAreTranslated()
+{
+    AppSettings settings(InCapitals);
+    settings.SetUser(0, Alice());
+    settings.SetNumUsers(1);
+    settings.Save();
+    QCOMPARE(mSettings.Read(), QByteArray("[ACCESS]\n"
+                                          "USER_0\\DISK_DIR=/alice/disks\n"
+                                          "USER_0\\MD5=AbC\n"
+                                          "USER_0\\NAME=alice\n"
+                                          "USER_0\\OWN_DIR=true\n"
+                                          "USER_0\\PROGRAM_DIR=/alice/programs\n"
+                                          "USER_0\\RO=1\n"
+                                          "\n"
+                                          "[access]\n"
+                                          "num_users=1\n"));
+    QCOMPARE(AppSettings(InCapitals).User(0).name, QStringLiteral("alice"));
+    QCOMPARE(AppSettings().User(0).name, QStringLiteral("unknown"));
+}
+
+void tst_AppSettings::whatIsNotSetStays()
+{
+    QVERIFY(mSettings.Write("[access]\nuser_0\\name=bob\n[server]\nactive_ifc_name=eth0\nport=1\n"
+                            "[window]\nwidth=399\n"));
+    AppSettings settings;
+    settings.SetNumUsers(0);
+    settings.SetHub(AppSettings::HUB());
+    settings.Save();
+    QVERIFY(mSettings.Read().contains("user_0\\name=bob\n"));
+    QVERIFY(mSettings.Read().contains("active_ifc_name=eth0\nport=80\n"));
+    QVERIFY(!mSettings.Read().contains("active_ifc_addr"));
+    QVERIFY(mSettings.Read().contains("[window]\nwidth=399\n"));
+}
+
+void tst_AppSettings::readingWritesNothing()
+{
+    const QByteArray text = "; a comment that a writer would lose\n[server]\nport=1\n";
+    QVERIFY(mSettings.Write(text));
+    QCOMPARE(AppSettings().Hub().port, 1);
+    QCOMPARE(mSettings.Read(), text);
+
+    QVERIFY(mSettings.Remove());
+    QCOMPARE(AppSettings().NumUsers(), 0);
+    QVERIFY(!QFile::exists(mSettings.FilePath()));
+}
+
+QTEST_APPLESS_MAIN(tst_AppSettings)
+
+#include "tst_AppSettings.moc"
