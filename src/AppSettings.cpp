@@ -5,6 +5,9 @@
 
 #include "MxMd5.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QLatin1String>
 #include <QVariant>
 #include <QtGlobal>
@@ -32,6 +35,36 @@ const char *const USER_RO = QT_TRANSLATE_NOOP("AppDiskHub", "access/user_%1/ro")
 const char *const USER_OWN_DIR = QT_TRANSLATE_NOOP("AppDiskHub", "access/user_%1/own_dir");
 const char *const USER_DISK_DIR = QT_TRANSLATE_NOOP("AppDiskHub", "access/user_%1/disk_dir");
 const char *const USER_PROGRAM_DIR = QT_TRANSLATE_NOOP("AppDiskHub", "access/user_%1/program_dir");
+
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
+constexpr bool STORE_IS_A_FILE = true;
+#else
+constexpr bool STORE_IS_A_FILE = false; // The system keeps it, and keeps it private.
+#endif
+
+constexpr QFileDevice::Permissions OWNER_READS_AND_WRITES =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+
+/// Makes the directory, and those that lead to it, if there is none.
+void MakePrivateDirectory(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists())
+        return;
+    MakePrivateDirectory(info.path());
+    if (QDir().mkdir(path))
+        QFile::setPermissions(path, OWNER_READS_AND_WRITES | QFileDevice::ExeOwner);
+}
+
+/// Takes the file from everybody but its owner, and makes an empty one if there is none. One that
+/// may not be written stays as it is.
+void MakePrivateFile(const QString &path)
+{
+    MakePrivateDirectory(QFileInfo(path).path());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append))
+        file.setPermissions(file.permissions() & OWNER_READS_AND_WRITES);
+}
 
 } // namespace
 
@@ -111,6 +144,10 @@ void AppSettings::SetUser(int index, const USER &user)
 
 void AppSettings::Save()
 {
+    // Before anything is written: what then takes the place of the file has the file's mode from
+    // the start, so that others can read it at no time.
+    if (STORE_IS_A_FILE)
+        MakePrivateFile(mStore.fileName());
     mStore.sync();
 }
 

@@ -51,14 +51,15 @@ public:
     /// The user at `index`, from 0. One past NumUsers() may be left from a former save.
     USER User(int index) const;
 
-    // What is set is written by Save(), or else at the end of this object's life. What is not set
-    // stays in the store as it was.
+    // Save() must follow and writes what was set. What was not set stays in the store as it was.
     void SetHub(const HUB &hub);
     void SetInterface(const QString &name, const QString &addr);
     void SetNumUsers(int count);
     void SetUser(int index, const USER &user);
 
-    /// Writes what was set. A store that cannot be written stays as it is.
+    /// Writes what was set. The store's file, and the directories that are made for it, are their
+    /// owner's alone, since it holds the digests; a directory that exists keeps its mode. A store
+    /// that cannot be written stays as it is.
     void Save();
 
 private:

@@ -3,9 +3,17 @@
 
 #include "AppSettings.h"
 
+#include "HostFiles.h"
 #include "HubSettings.h"
 
+#include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <memory>
+
+#include <sys/stat.h>
 
 namespace
 {
@@ -22,6 +30,55 @@ AppSettings::USER Alice()
             QStringLiteral("/alice/disks"),
             QStringLiteral("/alice/programs")};
 }
+
+/// The mode of the file that `path` leads to, as chmod takes it; -1 if there is none.
+int Mode(const QString &path)
+{
+    struct stat status = {};
+    const bool exists = stat(QFile::encodeName(path).constData(), &status) == 0;
+    return exists ? int(status.st_mode & 07777) : -1;
+}
+
+bool SetMode(const QString &path, int mode)
+{
+    return chmod(QFile::encodeName(path).constData(), mode_t(mode)) == 0;
+}
+
+/// The path of a file in `directory` that others than its owner can read a digest from; empty if
+/// there is none.
+QString OpenToOthers(const QString &directory)
+{
+    const QStringList files = QDir(directory).entryList(QDir::Files | QDir::Hidden);
+    for (const QString &name : files) {
+        QFile file(QDir(directory).filePath(name));
+        struct stat status = {};
+        if (file.open(QIODevice::ReadOnly) && fstat(file.handle(), &status) == 0 &&
+            (status.st_mode & 077) != 0 && file.readAll().contains("md5="))
+            return file.fileName();
+    }
+    return QString();
+}
+
+void Save()
+{
+    AppSettings settings;
+    settings.SetNumUsers(1);
+    settings.SetUser(0, Alice());
+    settings.Save();
+}
+
+/// While it lives new files and directories are everybody's.
+class OpenUmask
+{
+public:
+    OpenUmask() = default;
+    ~OpenUmask() { umask(mBefore); }
+    OpenUmask(const OpenUmask &) = delete;
+    OpenUmask &operator=(const OpenUmask &) = delete;
+
+private:
+    const mode_t mBefore = umask(0);
+};
 
 /// Another language for the keys of a user.
 QString InCapitals(const char *pattern)
@@ -45,7 +102,19 @@ private slots:
     void whatIsNotSetStays();
     void readingWritesNothing();
 
+    void savedFileIsItsOwnersAlone_data();
+    void savedFileIsItsOwnersAlone();
+    void newFileIsItsOwnersAlone();
+    void linkedFileIsItsOwnersAlone_data();
+    void linkedFileIsItsOwnersAlone();
+    void nobodyElseReadsItMeanwhile();
+    void newDirectoriesAreTheirOwnersAlone();
+    void existingDirectoryKeepsItsMode();
+    void fileThatMayNotBeWrittenStays();
+
 private:
+    QString Directory() const { return QFileInfo(mSettings.FilePath()).path(); }
+
     const HubSettings mSettings;
 };
 
@@ -176,6 +245,122 @@ void tst_AppSettings::readingWritesNothing()
     QVERIFY(mSettings.Remove());
     QCOMPARE(AppSettings().NumUsers(), 0);
     QVERIFY(!QFile::exists(mSettings.FilePath()));
+}
+
+void tst_AppSettings::savedFileIsItsOwnersAlone_data()
+{
+    QTest::addColumn<int>("before");
+
+    QTest::newRow("usual") << 0644;
+    QTest::newRow("group-writes") << 0664;
+    QTest::newRow("everybody-writes") << 0666;
+    QTest::newRow("executable") << 0755;
+    QTest::newRow("owner-alone") << 0600;
+}
+
+void tst_AppSettings::savedFileIsItsOwnersAlone()
+{
+    QFETCH(int, before);
+
+    QVERIFY(mSettings.Write("[server]\nport=1\n"));
+    QVERIFY(SetMode(mSettings.FilePath(), before));
+    Save();
+    QVERIFY(mSettings.Read().contains("port=1\n"));
+    QVERIFY(mSettings.Read().contains("md5=AbC\n"));
+    QCOMPARE(Mode(mSettings.FilePath()), 0600);
+}
+
+void tst_AppSettings::newFileIsItsOwnersAlone()
+{
+    const OpenUmask open;
+    QVERIFY(QDir().mkpath(Directory()));
+    Save();
+    QVERIFY(mSettings.Read().contains("md5=AbC\n"));
+    QCOMPARE(Mode(mSettings.FilePath()), 0600);
+}
+
+void tst_AppSettings::linkedFileIsItsOwnersAlone_data()
+{
+    QTest::addColumn<bool>("exists");
+
+    QTest::newRow("existing") << true;
+    QTest::newRow("to-be-made") << false;
+}
+
+void tst_AppSettings::linkedFileIsItsOwnersAlone()
+{
+    QFETCH(bool, exists);
+
+    const OpenUmask open;
+    const QTemporaryDir elsewhere;
+    const QString target = elsewhere.filePath(QStringLiteral("hub.conf"));
+    QVERIFY(!exists || WriteFile(target, "[server]\nport=1\n"));
+    QVERIFY(QDir().mkpath(Directory()) && MakeLink(target, mSettings.FilePath()));
+    Save();
+    QVERIFY(QFileInfo(mSettings.FilePath()).isSymLink());
+    QVERIFY(ReadFile(target).contains("md5=AbC\n"));
+    QCOMPARE(Mode(target), 0600);
+}
+
+void tst_AppSettings::nobodyElseReadsItMeanwhile()
+{
+    // A watcher looks at whatever lies in the directory while the file is made many times.
+    constexpr int TIMES = 50;
+
+    const OpenUmask open;
+    QVERIFY(QDir().mkpath(Directory()));
+    std::atomic_bool done{false};
+    QString seen;
+    const std::unique_ptr<QThread> watcher(QThread::create([&] {
+        while (!done && seen.isEmpty())
+            seen = OpenToOthers(Directory());
+    }));
+    watcher->start();
+    for (int i = 0; i < TIMES; ++i) {
+        Save();
+        mSettings.Remove();
+    }
+    done = true;
+    watcher->wait();
+    QCOMPARE(seen, QString());
+}
+
+void tst_AppSettings::newDirectoriesAreTheirOwnersAlone()
+{
+    const OpenUmask open;
+    const QString home = QFileInfo(Directory()).path();
+    QVERIFY(QDir(Directory()).removeRecursively());
+    QVERIFY(QDir().rename(home, home + QStringLiteral(".away")));
+    Save();
+    QCOMPARE(Mode(home), 0700);
+    QCOMPARE(Mode(Directory()), 0700);
+    QCOMPARE(Mode(mSettings.FilePath()), 0600);
+    QVERIFY(mSettings.Read().contains("md5=AbC\n"));
+    QVERIFY(QDir().rmdir(home + QStringLiteral(".away")));
+}
+
+void tst_AppSettings::existingDirectoryKeepsItsMode()
+{
+    QVERIFY(QDir().mkpath(Directory()) && SetMode(Directory(), 0750));
+    Save();
+    QCOMPARE(Mode(Directory()), 0750);
+    QCOMPARE(Mode(mSettings.FilePath()), 0600);
+    QVERIFY(SetMode(Directory(), 0755));
+}
+
+void tst_AppSettings::fileThatMayNotBeWrittenStays()
+{
+    const QByteArray text = "[server]\nport=1\n";
+    QVERIFY(mSettings.Write(text) && SetMode(mSettings.FilePath(), 0444));
+    const QString home = QFileInfo(Directory()).path();
+    QVERIFY(SetMode(home, 0755));
+    {
+        const OrdinaryUser user;
+        Save();
+    }
+    QVERIFY(SetMode(home, 0700));
+    QCOMPARE(mSettings.Read(), text);
+    QCOMPARE(Mode(mSettings.FilePath()), 0444);
 }
 
 QTEST_APPLESS_MAIN(tst_AppSettings)

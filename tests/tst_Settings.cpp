@@ -118,6 +118,7 @@ private slots:
     void formerUsersStayInTheFile();
     void otherKeysStayInTheFile();
     void savesOnlyAtTheEnd();
+    void savedFileIsItsOwnersAlone();
     void storeInAForeignPlaceIsLeftAlone();
     void forbiddenStoreIsLeftAlone();
     void valuesComeBack_data();
@@ -735,6 +736,16 @@ void tst_Settings::savesOnlyAtTheEnd()
     QVERIFY(mSettings.Read().contains("validate=true\n"));
     QVERIFY(mSettings.Read().contains("disk_path=/disks\n"));
     QVERIFY(mSettings.Read().contains("user_0\\name=alice\n"));
+}
+
+void tst_Settings::savedFileIsItsOwnersAlone()
+{
+    QVERIFY(QFile::setPermissions(mSettings.FilePath(), QFile::ReadOwner | QFile::WriteOwner |
+                                                            QFile::ReadGroup | QFile::ReadOther));
+    HubFixture().Quit();
+    constexpr QFile::Permissions OTHERS = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup |
+                                          QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    QCOMPARE(QFile::permissions(mSettings.FilePath()) & OTHERS, QFile::Permissions());
 }
 
 void tst_Settings::storeInAForeignPlaceIsLeftAlone()
