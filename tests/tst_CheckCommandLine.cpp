@@ -80,7 +80,7 @@ void tst_CheckCommandLine::helpNamesEveryOptionOfTheManual()
 {
     const QString manual =
         QString::fromUtf8(
-            ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/check/disk-hub-check.1")))
+            ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/check/disk-hub-check.1.in")))
             .section(QStringLiteral(".SH OPTIONS"), 1)
             .section(QStringLiteral(".SH"), 0, 0)
             .remove(QLatin1Char('\\'));

@@ -389,8 +389,8 @@ void tst_SkyletOptions::helpNamesAllExitCodes()
 
 void tst_SkyletOptions::manPageHasTheSameExitCodes()
 {
-    const QString page =
-        QString::fromUtf8(ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1")));
+    const QString page = QString::fromUtf8(
+        ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1.in")));
     QString table;
     for (const QString &line : SkyletExit::Table().split(QLatin1Char('\n')))
         table += line.mid(2) + QLatin1Char('\n');
@@ -400,8 +400,8 @@ void tst_SkyletOptions::manPageHasTheSameExitCodes()
 
 void tst_SkyletOptions::manPageNamesAllOptions()
 {
-    const QString page =
-        QString::fromUtf8(ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1")));
+    const QString page = QString::fromUtf8(
+        ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1.in")));
     QStringList options;
     for (const QString &line : SkyletOptions::Help().split(QLatin1Char('\n'))) {
         const QString option =

@@ -249,7 +249,7 @@ void tst_UsersEndToEnd::restrictedUserIsServedFromHisDirectories()
 
     for (int run = 1; run < 3; ++run) {
         const Desk desk;
-        QCOMPARE(desk.Log().value(0), QStringLiteral("Disk Hub 1.0.3"));
+        QCOMPARE(desk.Log().value(0), QStringLiteral("Disk Hub " DISK_HUB_VERSION));
         seeThatItHolds(desk, run);
         if (QTest::currentTestFailed())
             return;
