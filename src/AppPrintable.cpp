@@ -29,7 +29,53 @@ const RANGE UNPRINTABLE[] = {
 };
 
 constexpr char32_t REPLACEMENT = 0xFFFD;
-constexpr QChar ELLIPSIS(0x2026);
+constexpr char32_t ELLIPSIS = 0x2026;
+constexpr char32_t ONE_BYTE_MAX = 0xFF;
+constexpr char32_t LAYOUT_END = 0x20; // the first character that a string of JSON may hold as it is
+
+/// The text with each unprintable character replaced by what `escape` makes of it.
+QString Replaced(const QString &text, QString (*escape)(char32_t))
+{
+    QString replaced;
+    replaced.reserve(text.size());
+    for (auto c = text.begin(); c != text.end(); ++c) {
+        // A pair of surrogates is one character, beyond all that are unprintable.
+        const auto next = std::next(c);
+        if (c->isHighSurrogate() && next != text.end() && next->isLowSurrogate()) {
+            replaced += *c;
+            replaced += *next;
+            c = next;
+        } else if (AppPrintable::IsUnprintable(c->unicode())) {
+            replaced += escape(c->unicode());
+        } else {
+            replaced += *c;
+        }
+    }
+    return replaced;
+}
+
+QString EscapeOfFourDigits(char32_t character)
+{
+    return QStringLiteral("\\u%1").arg(uint(character), 4, 16, QLatin1Char('0'));
+}
+
+QString EscapeForPeople(char32_t character)
+{
+    return character <= ONE_BYTE_MAX
+               ? QStringLiteral("\\x%1").arg(uint(character), 2, 16, QLatin1Char('0'))
+               : EscapeOfFourDigits(character);
+}
+
+QString ReplacementFor(char32_t /*character*/)
+{
+    return QString(QChar(static_cast<ushort>(REPLACEMENT)));
+}
+
+QString EscapeForJson(char32_t character)
+{
+    return character < LAYOUT_END ? QString(QChar(static_cast<ushort>(character)))
+                                  : EscapeOfFourDigits(character);
+}
 
 } // namespace
 
@@ -43,14 +89,25 @@ bool AppPrintable::IsUnprintable(char32_t character)
 QString AppPrintable::Shown(const QString &text)
 {
     // A character is at most two QChars.
-    const QVector<uint> characters = text.left(2 * SHOWN_MAX + 1).toUcs4();
+    const QVector<uint> characters = text.left(2 * SHOWN_MAX + 2).toUcs4();
+    if (characters.size() <= SHOWN_MAX)
+        return Replaced(text, ReplacementFor);
     QString shown;
-    for (int i = 0; i < characters.size() && i < SHOWN_MAX; ++i) {
+    for (int i = 0; i < SHOWN_MAX; ++i) {
         const char32_t character = characters.at(i);
-        const char32_t visible = IsUnprintable(character) ? REPLACEMENT : character;
-        shown.append(QString::fromUcs4(&visible, 1));
+        shown.append(QString::fromUcs4(&character, 1));
     }
-    if (characters.size() > SHOWN_MAX)
-        shown.append(ELLIPSIS);
-    return shown;
+    return Replaced(shown, ReplacementFor) + QChar(static_cast<ushort>(ELLIPSIS));
+}
+
+QString AppPrintable::Escaped(const QString &text)
+{
+    return Replaced(text, EscapeForPeople);
+}
+
+QByteArray AppPrintable::EscapedJson(const QByteArray &json)
+{
+    const bool isAscii = std::none_of(json.begin(), json.end(),
+                                      [](char c) { return static_cast<unsigned char>(c) >= 0x7F; });
+    return isAscii ? json : Replaced(QString::fromUtf8(json), EscapeForJson).toUtf8();
 }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 /// Tells the characters that a console, a terminal or a viewer would act on instead of showing
@@ -20,4 +21,10 @@ public:
     /// SHOWN_MAX characters, with U+FFFD for each that is unprintable, and "..." (one character)
     /// for the rest.
     static QString Shown(const QString &text);
+    /// The text for people, each unprintable character as "\x1b" or "\u202e".
+    static QString Escaped(const QString &text);
+
+    /// The JSON text (RFC 8259, UTF-8), each unprintable character in its strings as "\u202e". A
+    /// reader takes it for the same. What is below 0x20 is layout and stays: a string has none.
+    static QByteArray EscapedJson(const QByteArray &json);
 };
