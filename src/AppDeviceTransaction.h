@@ -67,7 +67,7 @@ public:
     QTcpSocket *mSocket = nullptr; ///< set once the request is complete
     bool mValid = false;           ///< the request is complete
     int mHeadersDone = 0;          ///< 1 once the blank line behind the headers was read
-    QByteArray mContent;           ///< the body, or a view of what is left of it
+    QByteArray mContent;           ///< the body, or what is left of it
     QString mContentType;          ///< second word of the "Content-Type:" line
     QString mBoundary;             ///< of the multipart body
     int mContentRemaining = -1;    ///< bytes of the body still to come; negative never completes
@@ -91,15 +91,7 @@ private:
     bool IsTooSlow(qint64 elapsedMs, int requestTimeMs) const;
     void ReadHeaderLine(QTcpSocket *socket);
     void ReadBody(QTcpSocket *socket);
-    void HoldContent();
-    void ConsumeContent(qsizetype count);
-    int ParseUrlEncoded();
-    int ParseMultipart();
 
     qint64 mReceived = 0; ///< bytes of the request, headers included
     bool mGone = false;   ///< the device has closed or reset the connection
-
-    // While it is parsed mContent is a view that gets shorter, so that nothing is moved.
-    QByteArray mContentStorage;             ///< keeps the bytes that mContent is a view of
-    const char *mContentLinesEnd = nullptr; ///< from here on it has no CR; null if not yet known
 };
