@@ -6,18 +6,13 @@
 // The program itself, started by a test, and what its device asks.
 
 #include "HostFiles.h"
-#include "HubSettings.h"
 #include "Wire.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTest>
-
-#include <csignal>
-#include <sys/socket.h>
+#include <QTemporaryDir>
 
 constexpr int TIMEOUT_MS = 60000;
 
@@ -39,54 +34,28 @@ public:
     HubProcess &operator=(const HubProcess &) = delete;
 
     /// Starts the program and waits until it listens. `settings` are sections besides "[server]".
-    bool Start(const QByteArray &settings, const QStringList &arguments = QStringList())
-    {
-        return WriteStore(ServerSection() + settings) &&
-               StartAsItIs({QStringLiteral(DISK_HUB_BINARY)}, arguments);
-    }
+    bool Start(const QByteArray &settings, const QStringList &arguments = QStringList());
 
     /// Runs a command that is or becomes the program, with the settings that there are, and waits
     /// until it listens on the port of ServerSection.
-    bool StartAsItIs(const QStringList &command, const QStringList &arguments = QStringList())
-    {
-        return Run(command + arguments) &&
-               QTest::qWaitFor([this] { return !IsRunning() || Accepts(); }, TIMEOUT_MS) &&
-               IsRunning();
-    }
+    bool StartAsItIs(const QStringList &command, const QStringList &arguments = QStringList());
 
     /// Runs the program in a child of this test until it has ended in good order. Returns its exit
     /// code, or -1 if it crashed.
-    int RunUntilQuit(const QByteArray &settings)
-    {
-        return WriteStore(ServerSection() + settings) && Run(Child()) ? Quit() : -1;
-    }
+    int RunUntilQuit(const QByteArray &settings);
 
     /// The same with the settings that there are.
-    int RunAsItIsUntilQuit() { return Run(Child()) ? Quit() : -1; }
+    int RunAsItIsUntilQuit();
 
     /// The command that runs the program in a child of this test, which Quit() ends.
-    static QStringList Child()
-    {
-        return {QCoreApplication::applicationFilePath(), QLatin1String(UNTIL_INPUT_ENDS)};
-    }
+    static QStringList Child();
 
     /// Ends a child in good order. Returns its exit code, or -1 if it crashed.
-    int Quit()
-    {
-        mProcess.closeWriteChannel();
-        const bool ended = mProcess.waitForFinished(TIMEOUT_MS);
-        return ended && mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
-    }
+    int Quit();
 
-    void Kill()
-    {
-        mProcess.kill();
-        mProcess.waitForFinished(TIMEOUT_MS);
-    }
-
-    void Signal(int signal) const { ::kill(pid_t(Id()), signal); }
-
-    bool WaitForEnd() { return mProcess.waitForFinished(TIMEOUT_MS); }
+    void Kill();
+    void Signal(int signal) const;
+    bool WaitForEnd();
 
     bool IsRunning() const { return mProcess.state() == QProcess::Running; }
     qint64 Id() const { return mProcess.processId(); }
@@ -94,74 +63,24 @@ public:
     QString Url() const { return QStringLiteral("http://127.0.0.1:%1/").arg(mPort); }
     QString Home() const { return mHome.path(); }
 
-    QString SettingsPath() const
-    {
-        return mHome.filePath(QStringLiteral("Tesseline LLC/Disk Hub.conf"));
-    }
-
+    QString SettingsPath() const;
     QByteArray Settings() const { return ReadFile(SettingsPath()); }
     bool WriteStore(const QByteArray &text) const { return WriteFile(SettingsPath(), text); }
 
     /// The section "[server]" for a port that is free, which it names as that port and `more`.
-    QByteArray ServerSection(int more = 0)
-    {
-        QTcpServer server;
-        server.listen(QHostAddress(QHostAddress::LocalHost));
-        mPort = server.serverPort();
-        return HubSettings::Loopback().replace("port=0",
-                                               "port=" + QByteArray::number(mPort + more));
-    }
+    QByteArray ServerSection(int more = 0);
 
     /// How many files and sockets the program holds open.
-    int Descriptors() const
-    {
-        return int(QDir(QStringLiteral("/proc/%1/fd").arg(Id()))
-                       .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-                       .size());
-    }
+    int Descriptors() const;
 
-    void Connect(QTcpSocket *device) const
-    {
-        device->connectToHost(QHostAddress(QHostAddress::LocalHost), mPort);
-    }
+    void Connect(QTcpSocket *device) const;
 
     /// Sends a request and waits until the connection is closed.
-    HubReply Ask(const QByteArray &request) const
-    {
-        QTcpSocket device;
-        Connect(&device);
-        device.write(request);
-        if (!device.waitForConnected(TIMEOUT_MS))
-            return HubReply();
-        if (device.state() != QAbstractSocket::UnconnectedState)
-            device.waitForDisconnected(TIMEOUT_MS);
-        return {device.readAll()};
-    }
+    HubReply Ask(const QByteArray &request) const;
 
 private:
-    bool Run(const QStringList &command)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        for (const char *variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
-            environment.insert(QLatin1String(variable), mHome.path());
-        for (const char *variable : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
-            environment.remove(QLatin1String(variable));
-        mProcess.setProcessEnvironment(environment);
-        mProcess.setWorkingDirectory(mHome.path());
-        mProcess.setStandardErrorFile(QProcess::nullDevice());
-        mProcess.start(command.first(), command.mid(1));
-        return mProcess.waitForStarted(TIMEOUT_MS);
-    }
-
-    bool Accepts() const
-    {
-        QTcpSocket device;
-        Connect(&device);
-        const bool accepted = device.waitForConnected(TIMEOUT_MS);
-        device.abort();
-        return accepted;
-    }
+    bool Run(const QStringList &command);
+    bool Accepts() const;
 
     const QTemporaryDir mHome;
     quint16 mPort = 0;
@@ -173,88 +92,28 @@ struct Media {
     QTemporaryDir disks;
     QTemporaryDir programs;
 
-    QByteArray Section() const
-    {
-        return "[media]\ndisk_path=" + disks.path().toUtf8() +
-               "\nprogram_path=" + programs.path().toUtf8() + '\n';
-    }
-
+    QByteArray Section() const;
     QString Disk(const char *name) const { return disks.filePath(QLatin1String(name)); }
     QString Program(const char *name) const { return programs.filePath(QLatin1String(name)); }
 };
 
 /// Bytes in which no two blocks are alike.
-inline QByteArray Image(int size, unsigned int seed)
-{
-    QByteArray image(size, '\0');
-    for (char &byte : image) {
-        seed = seed * 1103515245 + 12345;
-        byte = char(seed >> 16);
-    }
-    return image;
-}
+QByteArray Image(int size, unsigned int seed);
 
-inline QByteArray SearchRequest(const QByteArray &pattern)
-{
-    return FormRequest({{"cmd", "1"}, {"pat", pattern}});
-}
+QByteArray SearchRequest(const QByteArray &pattern);
+QByteArray DownloadRequest(const char *req, const QByteArray &pattern);
 
-inline QByteArray DownloadRequest(const char *req, const QByteArray &pattern)
-{
-    return FormRequest({{"cmd", "2"}, {"req", req}, {"pat", pattern}});
-}
-
-inline WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace)
-{
-    WireObject disk;
-    disk.type = WireObject::DISK;
-    disk.name = PetsciiName(name);
-    disk.data = data;
-    disk.diskType = diskType;
-    disk.replace = replace;
-    return disk;
-}
-
-inline WireObject ProgramObject(const char *name, const QByteArray &data)
-{
-    WireObject program;
-    program.name = PetsciiName(name);
-    program.data = data;
-    return program;
-}
-
-inline QByteArray UploadRequest(const WireObject &object)
-{
-    WirePackage package;
-    package.objects.append(object);
-    return MultipartRequest({{"cmd", "3"}}, package.Bytes());
-}
+WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace);
+WireObject ProgramObject(const char *name, const QByteArray &data);
+QByteArray UploadRequest(const WireObject &object);
 
 /// A line of a directory listing: link, line number 0, the quoted name in 22 bytes, the type.
-inline QByteArray ListingEntry(const char *name, const char *type)
-{
-    return QByteArray::fromHex("01010000") +
-           ("  \"" + QByteArray(name) + '"').leftJustified(22, ' ') + type + '\0';
-}
+QByteArray ListingEntry(const char *name, const char *type);
 
 /// A whole listing: load address, the title in reverse video, the entries, the null link.
-inline QByteArray Listing(const char *title, const QByteArray &entries)
-{
-    return QByteArray::fromHex("0104 01010000 12") + QByteArray(title).leftJustified(24, ' ') +
-           '\0' + entries + QByteArray(2, '\0');
-}
+QByteArray Listing(const char *title, const QByteArray &entries);
 
-inline QByteArray HeadFor(qsizetype bodySize)
-{
-    return "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\n"
-           "Content-Transfer-Encoding: binary\r\nContent-Length: " +
-           QByteArray::number(bodySize) + "\r\n\r\n";
-}
+QByteArray HeadFor(qsizetype bodySize);
 
 /// Breaks a connection so that the peer is told so, unlike an ordinary close.
-inline void Reset(QTcpSocket *device)
-{
-    const linger now = {1, 0};
-    setsockopt(int(device->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof(now));
-    device->abort();
-}
+void Reset(QTcpSocket *device);

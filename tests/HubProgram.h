@@ -8,40 +8,18 @@
 
 #include "HubProcess.h"
 
-#include <QThread>
-
-#include <unistd.h>
-
-#define main RunProgram
-#include "main.cpp"
-#undef main
+#include <QTest>
 
 constexpr int EXIT_CODE = 7; ///< that such a child ends with
 
-inline bool quitsWhenInputEnds = false;
-
-inline void QuitWhenInputEnds()
-{
-    if (!quitsWhenInputEnds)
-        return;
-    QThread *const reader = QThread::create([] {
-        char c = 0;
-        while (read(STDIN_FILENO, &c, 1) > 0)
-            continue;
-        QMetaObject::invokeMethod(
-            qApp, [] { QCoreApplication::exit(EXIT_CODE); }, Qt::QueuedConnection);
-    });
-    QObject::connect(reader, &QThread::finished, reader, &QThread::deleteLater);
-    reader->start();
-}
-Q_COREAPP_STARTUP_FUNCTION(QuitWhenInputEnds)
+/// Runs the hub's main() until standard input ends. Returns its exit code.
+int RunHubUntilInputEnds(int argc, char **argv);
 
 /// main() of such a program.
 template <typename TEST> int RunTestOrHub(int argc, char **argv)
 {
-    quitsWhenInputEnds = argc == 2 && qstrcmp(argv[1], UNTIL_INPUT_ENDS) == 0;
-    if (quitsWhenInputEnds)
-        return RunProgram(argc, argv);
+    if (argc == 2 && qstrcmp(argv[1], UNTIL_INPUT_ENDS) == 0)
+        return RunHubUntilInputEnds(argc, argv);
 
     const QCoreApplication application(argc, argv);
     TEST test;

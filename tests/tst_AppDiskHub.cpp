@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMetaMethod>
+#include <QNetworkInterface>
 #include <QPointer>
 #include <QProcess>
 #include <QPushButton>

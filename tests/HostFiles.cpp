@@ -1,0 +1,156 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "HostFiles.h"
+
+#include <QCryptographicHash>
+
+#include <sys/resource.h>
+
+namespace
+{
+
+constexpr uid_t NOBODY = 65534;
+constexpr qint64 HASHED_SIZE_MAX = 16 << 20;
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define DISK_HUB_TEST_UNDER_ASAN
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define DISK_HUB_TEST_UNDER_ASAN
+#endif
+#if defined(DISK_HUB_TEST_UNDER_ASAN)
+constexpr rlim_t MEMORY_LIMIT = RLIM_INFINITY;
+#else
+constexpr rlim_t MEMORY_LIMIT = rlim_t(4) << 30;
+#endif
+
+QString Hash(const QString &path)
+{
+    return QString::fromLatin1(
+        QCryptographicHash::hash(ReadFile(path), QCryptographicHash::Sha1).toHex());
+}
+
+/// The part of a snapshot's line that follows the path.
+QString KindAndContents(const QFileInfo &info)
+{
+    if (info.isSymLink())
+        return QStringLiteral(" -> ") + QFile::symLinkTarget(info.filePath());
+    if (info.isDir())
+        return QStringLiteral("/");
+    if (!info.isFile())
+        return QStringLiteral(" special");
+    const QString size = QStringLiteral(" %1").arg(info.size());
+    return info.size() > HASHED_SIZE_MAX ? size : size + QLatin1Char(' ') + Hash(info.filePath());
+}
+
+/// Sets how much memory this process may take. Returns the limit before.
+rlim_t SetMemoryLimit(rlim_t bytes)
+{
+    rlimit limit;
+    getrlimit(RLIMIT_AS, &limit);
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = qMin(limit.rlim_max, bytes);
+    setrlimit(RLIMIT_AS, &limit);
+    return before;
+}
+
+} // namespace
+
+bool WriteFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+           file.write(data) == data.size() && file.flush();
+}
+
+bool WriteSparseFile(const QString &path, qint64 size)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+           file.resize(size);
+}
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    const QByteArray data = file.readAll();
+    return data.isNull() ? QByteArray("") : data;
+}
+
+bool MakeFifo(const QString &path)
+{
+    return mkfifo(QFile::encodeName(path).constData(), 0666) == 0;
+}
+
+bool MakeLink(const QString &target, const QString &path)
+{
+    return symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0;
+}
+
+QStringList Snapshot(const QString &directory)
+{
+    QStringList lines;
+    QDirIterator it(directory,
+                    QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        lines.append(QDir(directory).relativeFilePath(it.filePath()) +
+                     KindAndContents(it.fileInfo()));
+    }
+    lines.sort();
+    return lines;
+}
+
+QStringList IteratorOrder(const QString &directory)
+{
+    QStringList paths;
+    QDirIterator it(directory, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        paths.append(QFileInfo(it.next()).absoluteFilePath());
+    return paths;
+}
+
+OrdinaryUser::OrdinaryUser() : mWasRoot(getuid() == 0)
+{
+    if (mWasRoot && setresuid(NOBODY, NOBODY, 0) != 0)
+        qFatal("cannot become an ordinary user");
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+    if (mWasRoot && setresuid(0, 0, 0) != 0)
+        qFatal("cannot become root again");
+}
+
+MemoryLimit::MemoryLimit() : mBefore(SetMemoryLimit(MEMORY_LIMIT)) {}
+
+MemoryLimit::~MemoryLimit()
+{
+    SetMemoryLimit(mBefore);
+}
+
+void AddNamesThatLeadElsewhere()
+{
+    QTest::addColumn<QByteArray>("name");
+
+    QTest::newRow("slash") << QByteArray("/");
+    QTest::newRow("parent") << QByteArray("../X");
+    QTest::newRow("parent's-parent") << QByteArray("../../X");
+    QTest::newRow("parent-through-subdirectory") << QByteArray("SUB/../../X");
+    QTest::newRow("subdirectory") << QByteArray("SUB/X");
+    QTest::newRow("subdirectory-and-back") << QByteArray("SUB/../X");
+    QTest::newRow("here") << QByteArray("./X");
+    QTest::newRow("absolute") << QByteArray("/TMP/X");
+    QTest::newRow("slash-at-the-end") << QByteArray("X/");
+    QTest::newRow("parent-with-slash-at-the-end") << QByteArray("../");
+    QTest::newRow("sixteen-slashes") << QByteArray(16, '/');
+    QTest::newRow("nul") << QByteArray("\0", 1);
+    QTest::newRow("nul-inside") << QByteArray("A\0B", 3);
+    QTest::newRow("nul-behind") << QByteArray("A\0", 2);
+    QTest::newRow("sixteen-nuls") << QByteArray(16, '\0');
+}

@@ -1,0 +1,201 @@
+// Copyright (c) the Disk Hub developers
+// SPDX-License-Identifier: MIT
+
+#include "HubProcess.h"
+
+#include "HubSettings.h"
+
+#include <QCoreApplication>
+#include <QHostAddress>
+
+#include <csignal>
+#include <sys/socket.h>
+
+bool HubProcess::Start(const QByteArray &settings, const QStringList &arguments)
+{
+    return WriteStore(ServerSection() + settings) &&
+           StartAsItIs({QStringLiteral(DISK_HUB_BINARY)}, arguments);
+}
+
+bool HubProcess::StartAsItIs(const QStringList &command, const QStringList &arguments)
+{
+    return Run(command + arguments) &&
+           QTest::qWaitFor([this] { return !IsRunning() || Accepts(); }, TIMEOUT_MS) && IsRunning();
+}
+
+int HubProcess::RunUntilQuit(const QByteArray &settings)
+{
+    return WriteStore(ServerSection() + settings) ? RunAsItIsUntilQuit() : -1;
+}
+
+int HubProcess::RunAsItIsUntilQuit()
+{
+    return Run(Child()) ? Quit() : -1;
+}
+
+QStringList HubProcess::Child()
+{
+    return {QCoreApplication::applicationFilePath(), QLatin1String(UNTIL_INPUT_ENDS)};
+}
+
+int HubProcess::Quit()
+{
+    mProcess.closeWriteChannel();
+    const bool ended = mProcess.waitForFinished(TIMEOUT_MS);
+    return ended && mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+}
+
+void HubProcess::Kill()
+{
+    mProcess.kill();
+    mProcess.waitForFinished(TIMEOUT_MS);
+}
+
+void HubProcess::Signal(int signal) const
+{
+    ::kill(pid_t(Id()), signal);
+}
+
+bool HubProcess::WaitForEnd()
+{
+    return mProcess.waitForFinished(TIMEOUT_MS);
+}
+
+QString HubProcess::SettingsPath() const
+{
+    return mHome.filePath(QStringLiteral("Tesseline LLC/Disk Hub.conf"));
+}
+
+QByteArray HubProcess::ServerSection(int more)
+{
+    QTcpServer server;
+    server.listen(QHostAddress(QHostAddress::LocalHost));
+    mPort = server.serverPort();
+    return HubSettings::Loopback().replace("port=0", "port=" + QByteArray::number(mPort + more));
+}
+
+int HubProcess::Descriptors() const
+{
+    return int(QDir(QStringLiteral("/proc/%1/fd").arg(Id()))
+                   .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+                   .size());
+}
+
+void HubProcess::Connect(QTcpSocket *device) const
+{
+    device->connectToHost(QHostAddress(QHostAddress::LocalHost), mPort);
+}
+
+HubReply HubProcess::Ask(const QByteArray &request) const
+{
+    QTcpSocket device;
+    Connect(&device);
+    device.write(request);
+    if (!device.waitForConnected(TIMEOUT_MS))
+        return HubReply();
+    if (device.state() != QAbstractSocket::UnconnectedState)
+        device.waitForDisconnected(TIMEOUT_MS);
+    return {device.readAll()};
+}
+
+bool HubProcess::Run(const QStringList &command)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    for (const char *variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"})
+        environment.insert(QLatin1String(variable), mHome.path());
+    for (const char *variable : {"XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
+        environment.remove(QLatin1String(variable));
+    mProcess.setProcessEnvironment(environment);
+    mProcess.setWorkingDirectory(mHome.path());
+    mProcess.setStandardErrorFile(QProcess::nullDevice());
+    mProcess.start(command.first(), command.mid(1));
+    return mProcess.waitForStarted(TIMEOUT_MS);
+}
+
+bool HubProcess::Accepts() const
+{
+    QTcpSocket device;
+    Connect(&device);
+    const bool accepted = device.waitForConnected(TIMEOUT_MS);
+    device.abort();
+    return accepted;
+}
+
+QByteArray Media::Section() const
+{
+    return "[media]\ndisk_path=" + disks.path().toUtf8() +
+           "\nprogram_path=" + programs.path().toUtf8() + '\n';
+}
+
+QByteArray Image(int size, unsigned int seed)
+{
+    QByteArray image(size, '\0');
+    for (char &byte : image) {
+        seed = seed * 1103515245 + 12345;
+        byte = char(seed >> 16);
+    }
+    return image;
+}
+
+QByteArray SearchRequest(const QByteArray &pattern)
+{
+    return FormRequest({{"cmd", "1"}, {"pat", pattern}});
+}
+
+QByteArray DownloadRequest(const char *req, const QByteArray &pattern)
+{
+    return FormRequest({{"cmd", "2"}, {"req", req}, {"pat", pattern}});
+}
+
+WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace)
+{
+    WireObject disk;
+    disk.type = WireObject::DISK;
+    disk.name = PetsciiName(name);
+    disk.data = data;
+    disk.diskType = diskType;
+    disk.replace = replace;
+    return disk;
+}
+
+WireObject ProgramObject(const char *name, const QByteArray &data)
+{
+    WireObject program;
+    program.name = PetsciiName(name);
+    program.data = data;
+    return program;
+}
+
+QByteArray UploadRequest(const WireObject &object)
+{
+    WirePackage package;
+    package.objects.append(object);
+    return MultipartRequest({{"cmd", "3"}}, package.Bytes());
+}
+
+QByteArray ListingEntry(const char *name, const char *type)
+{
+    return QByteArray::fromHex("01010000") +
+           ("  \"" + QByteArray(name) + '"').leftJustified(22, ' ') + type + '\0';
+}
+
+QByteArray Listing(const char *title, const QByteArray &entries)
+{
+    return QByteArray::fromHex("0104 01010000 12") + QByteArray(title).leftJustified(24, ' ') +
+           '\0' + entries + QByteArray(2, '\0');
+}
+
+QByteArray HeadFor(qsizetype bodySize)
+{
+    return "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\n"
+           "Content-Transfer-Encoding: binary\r\nContent-Length: " +
+           QByteArray::number(bodySize) + "\r\n\r\n";
+}
+
+void Reset(QTcpSocket *device)
+{
+    const linger now = {1, 0};
+    setsockopt(int(device->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof(now));
+    device->abort();
+}
