@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTest>
 
 #include <memory>
 
@@ -71,3 +72,12 @@ private:
     char *mArgv[2] = {mName, nullptr};
     std::unique_ptr<AppDiskHub> mHub;
 };
+
+/// main() of a test program whose functions share one hub, which the test takes by pointer.
+template <typename TEST> int RunWithHub(int argc, char **argv)
+{
+    const HubSettings settings;
+    HubFixture hub;
+    TEST test(&hub);
+    return QTest::qExec(&test, argc, argv);
+}

@@ -97,23 +97,5 @@ struct Media {
     QString Program(const char *name) const { return programs.filePath(QLatin1String(name)); }
 };
 
-/// Bytes in which no two blocks are alike.
-QByteArray Image(int size, unsigned int seed);
-
-QByteArray SearchRequest(const QByteArray &pattern);
-QByteArray DownloadRequest(const char *req, const QByteArray &pattern);
-
-WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace);
-WireObject ProgramObject(const char *name, const QByteArray &data);
-QByteArray UploadRequest(const WireObject &object);
-
-/// A line of a directory listing: link, line number 0, the quoted name in 22 bytes, the type.
-QByteArray ListingEntry(const char *name, const char *type);
-
-/// A whole listing: load address, the title in reverse video, the entries, the null link.
-QByteArray Listing(const char *title, const QByteArray &entries);
-
-QByteArray HeadFor(qsizetype bodySize);
-
 /// Breaks a connection so that the peer is told so, unlike an ordinary close.
 void Reset(QTcpSocket *device);

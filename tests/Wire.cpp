@@ -67,6 +67,11 @@ bool TakeObject(const QByteArray &entry, const QByteArray &block, WireObject *ob
 
 } // namespace
 
+QByteArray NameField(const QByteArray &petscii)
+{
+    return petscii.leftJustified(16, char(0xA0), true);
+}
+
 QByteArray PetsciiName(const char *text)
 {
     QByteArray name(text);
@@ -76,7 +81,17 @@ QByteArray PetsciiName(const char *text)
         else if (c >= 'A' && c <= 'Z')
             c = char(c | 0x80);
     }
-    return name.leftJustified(16, char(0xA0), true);
+    return NameField(name);
+}
+
+QByteArray Image(int size, unsigned int seed)
+{
+    QByteArray image(size, '\0');
+    for (char &byte : image) {
+        seed = seed * 1103515245 + 12345;
+        byte = char(seed >> 16);
+    }
+    return image;
 }
 
 QByteArray WirePackage::Bytes() const
@@ -120,6 +135,49 @@ WirePackage WirePackage::FromBytes(const QByteArray &in)
     return package;
 }
 
+WireObject Disk(const char *name, const QByteArray &data, int diskType, bool replace)
+{
+    WireObject disk;
+    disk.type = WireObject::DISK;
+    disk.name = PetsciiName(name);
+    disk.data = data;
+    disk.diskType = diskType;
+    disk.replace = replace;
+    return disk;
+}
+
+WireObject ProgramObject(const char *name, const QByteArray &data)
+{
+    WireObject program;
+    program.name = PetsciiName(name);
+    program.data = data;
+    return program;
+}
+
+QByteArray EmptyPackage(int result)
+{
+    return QByteArray::fromHex("1F24CA730000") + char(result) + QByteArray(489, '\0');
+}
+
+QByteArray ListingEntry(const QByteArray &name, const QByteArray &type)
+{
+    return QByteArray::fromHex("01010000") + ("  \"" + name + '"').leftJustified(22, ' ') + type +
+           '\0';
+}
+
+QByteArray Listing(const QByteArray &title, const QByteArray &entries)
+{
+    return QByteArray::fromHex("0104 01010000 12") + title.leftJustified(24, ' ') + '\0' + entries +
+           QByteArray(2, '\0');
+}
+
+QByteArray HeadFor(qsizetype bodySize)
+{
+    return "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\n"
+           "Content-Transfer-Encoding: binary\r\nContent-Length: " +
+           QByteArray::number(bodySize) + "\r\n\r\n";
+}
+
 QByteArray HttpPost(const QByteArray &contentType, const QByteArray &body)
 {
     return "POST / HTTP/1.1\r\nHost: hub\r\nContent-Type: " + contentType +
@@ -150,4 +208,26 @@ QByteArray MultipartRequest(const QList<HubField> &fields, const QByteArray &pac
                 "\r\nContent-Type: application/octet-stream\r\n\r\n" + package + "\r\n";
     body += delimiter + "--\r\n";
     return HttpPost("multipart/form-data; boundary=" + delimiter.mid(2), body);
+}
+
+QByteArray SearchRequest(const QByteArray &pattern)
+{
+    return FormRequest({{"cmd", "1"}, {"udid", "42"}, {"pat", pattern}});
+}
+
+QByteArray DownloadRequest(const char *req, const QByteArray &pattern)
+{
+    return FormRequest({{"cmd", "2"}, {"udid", "42"}, {"req", req}, {"pat", pattern}});
+}
+
+QByteArray UploadRequest(const QList<WireObject> &objects)
+{
+    WirePackage package;
+    package.objects = objects;
+    return MultipartRequest({{"cmd", "3"}, {"udid", "42"}}, package.Bytes());
+}
+
+QByteArray UploadRequest(const WireObject &object)
+{
+    return UploadRequest(QList<WireObject>{object});
 }

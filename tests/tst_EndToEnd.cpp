@@ -1,6 +1,7 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
+#include "Digests.h"
 #include "HubProcess.h"
 #include "HubProgram.h"
 
@@ -10,9 +11,6 @@
 
 namespace
 {
-
-constexpr char MD5_OF_A[] = "0cc175b9c0f1b6a831c399e269772661";   // RFC 1321, section A.5: "a"
-constexpr char MD5_OF_ABC[] = "900150983cd24fb0d6963f7d28e17f72"; // RFC 1321, section A.5: "abc"
 
 /// Runs curl; its output with the reply's head.
 QByteArray Curl(const QStringList &arguments)
@@ -109,7 +107,7 @@ void tst_EndToEnd::downloadsAProgram()
     QCOMPARE(package.objects.at(0).data, data);
 
     const HubReply none = hub.Ask(DownloadRequest("0", "other"));
-    QCOMPARE(none.Body(), QByteArray::fromHex("1F24CA73") + QByteArray(492, '\0'));
+    QCOMPARE(none.Body(), EmptyPackage());
 }
 
 void tst_EndToEnd::downloadsDisks()
@@ -144,7 +142,7 @@ void tst_EndToEnd::uploadsADisk()
     QVERIFY(hub.Start(media.Section()));
 
     const HubReply reply = hub.Ask(UploadRequest(Disk("games", first, 0, false)));
-    QCOMPARE(reply.Body(), QByteArray::fromHex("1F24CA73") + QByteArray(492, '\0'));
+    QCOMPARE(reply.Body(), EmptyPackage());
     QCOMPARE(ReadFile(media.Disk("games.d64")), first);
 
     QCOMPARE(hub.Ask(UploadRequest(Disk("games", second, 0, false))).Package().result, -87);
@@ -229,7 +227,7 @@ void tst_EndToEnd::curlUploads()
     QVERIFY(hub.Start(media.Section()));
 
     const HubReply reply = upload(hub, Disk("games", first, 0, false));
-    QCOMPARE(reply.raw, HeadFor(496) + QByteArray::fromHex("1F24CA73") + QByteArray(492, '\0'));
+    QCOMPARE(reply.raw, HeadFor(496) + EmptyPackage());
     QCOMPARE(ReadFile(media.Disk("games.d64")), first);
     QCOMPARE(upload(hub, Disk("games", second, 0, false)).Package().result, -87);
     QCOMPARE(ReadFile(media.Disk("games.d64")), first);
@@ -269,7 +267,7 @@ void tst_EndToEnd::restrictionsOn()
         return hub.Ask(
             FormRequest({{"usr", usr}, {"pwd", pwd}, {"cmd", "2"}, {"req", "0"}, {"pat", "game"}}));
     };
-    const QByteArray refused = QByteArray::fromHex("1F24CA73 0000 A7") + QByteArray(489, '\0');
+    const QByteArray refused = EmptyPackage(-89);
     QCOMPARE(download("carol", MD5_OF_A).Body(), refused);
     QCOMPARE(download("alice", MD5_OF_ABC).Body(), refused);
     QCOMPARE(download("", "").Body(), refused);
@@ -331,7 +329,7 @@ void tst_EndToEnd::fullPackageGoesBothWays()
     HubProcess receiver;
     QVERIFY(receiver.Start(to.Section()));
     const HubReply stored = receiver.Ask(MultipartRequest({{"cmd", "3"}}, reply.Body()));
-    QCOMPARE(stored.Body(), QByteArray::fromHex("1F24CA73") + QByteArray(492, '\0'));
+    QCOMPARE(stored.Body(), EmptyPackage());
     QCOMPARE(Snapshot(to.disks.path()), Snapshot(from.disks.path()));
     QCOMPARE(ReadFile(to.Program("manifest.prg")), package.objects.at(0).data);
 }

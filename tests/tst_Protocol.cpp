@@ -6,6 +6,7 @@
 #include "AppDosName.h"
 #include "AppMediaMgr.h"
 #include "AppPackage.h"
+#include "HostFiles.h"
 #include "HubFixture.h"
 #include "SegmentSocket.h"
 
@@ -151,7 +152,7 @@ void AddRows(const char *table, const QList<const char *> &columns)
     }
 }
 
-QByteArray UploadRequest()
+QByteArray ExampleUpload()
 {
     return Example("upload-head") + Example("upload-package") + Example("upload-tail");
 }
@@ -207,18 +208,6 @@ QMap<QString, QString> PropertiesOf(const QByteArray &contentType, const QByteAr
 QMap<QString, QString> PropertiesOfForm(const QByteArray &body)
 {
     return PropertiesOf("application/x-www-form-urlencoded", body);
-}
-
-bool WriteFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 constexpr int D64_SIZE = 174848;
@@ -359,7 +348,7 @@ void tst_Protocol::requestsAreWellFormed()
     const QRegularExpression header(
         QStringLiteral("^POST / HTTP/1\\.1\r\nHost: [0-9.]+\r\nContent-Type: [^\r\n]+\r\n"
                        "Content-Length: ([0-9]+)\r\n\r\n"));
-    for (const QByteArray &request : {Example("search-request"), UploadRequest()}) {
+    for (const QByteArray &request : {Example("search-request"), ExampleUpload()}) {
         const QRegularExpressionMatch match = header.match(QString::fromLatin1(request));
         QVERIFY(match.hasMatch());
         QCOMPARE(match.captured(1).toInt(), int(request.size()) - match.capturedLength());
@@ -388,7 +377,7 @@ void tst_Protocol::searchRequestIsUnderstoodHoweverItIsCut()
 
 void tst_Protocol::uploadRequestIsUnderstoodHoweverItIsCut()
 {
-    const QByteArray request = UploadRequest();
+    const QByteArray request = ExampleUpload();
     QVERIFY(!request.isEmpty());
     for (int cut = 1; cut < request.size(); ++cut) {
         const RECEIVED received({request.left(cut), request.mid(cut)});
@@ -724,7 +713,7 @@ void tst_Protocol::hubAnswersTheDownloadAsShown()
 
 void tst_Protocol::hubStoresTheUploadAsShown()
 {
-    const HubReply reply = mHub.Send(UploadRequest());
+    const HubReply reply = mHub.Send(ExampleUpload());
     QCOMPARE(reply.raw, Example("reply-header") + Example("empty-package"));
     QCOMPARE(ReadFile(mHub->mProgramPath + QStringLiteral("/hello.prg")),
              Example("upload-package").mid(0x1F0));
@@ -732,10 +721,7 @@ void tst_Protocol::hubStoresTheUploadAsShown()
 
 int main(int argc, char **argv)
 {
-    const HubSettings settings;
-    HubFixture hub;
-    tst_Protocol test(&hub);
-    return QTest::qExec(&test, argc, argv);
+    return RunWithHub<tst_Protocol>(argc, argv);
 }
 
 #include "tst_Protocol.moc"
