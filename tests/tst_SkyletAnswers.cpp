@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <csignal>
 
 // What skylet says to answers that no hub sends, to terminals and pipes, and to signals.
@@ -59,6 +60,20 @@ SkyletRun RunOnTerminal(const QStringList &arguments)
         QString(), S("script"));
 }
 
+// Bytes that a terminal acts on: ESC, 0x9B, DEL and, in UTF-8, U+202E and U+2066.
+const QByteArray ACTED_ON("\x1b\x9b\x7f\xe2\x80\xae\xe2\x81\xa6");
+
+/// Whether the text (UTF-8) has a character that a terminal acts on, other than a line end.
+bool IsActedOn(const QByteArray &text)
+{
+    const QString shown = QString::fromUtf8(text);
+    return std::any_of(shown.begin(), shown.end(), [](QChar c) {
+        return (c.category() == QChar::Other_Control && c != QLatin1Char('\n')) ||
+               (c >= QChar(0x202A) && c <= QChar(0x202E)) ||
+               (c >= QChar(0x2066) && c <= QChar(0x2069));
+    });
+}
+
 /// Keeps the columns of answers and what is said to them.
 void AddAnswer(const char *row, const QByteArray &answer, int exitCode, const char *message)
 {
@@ -87,6 +102,10 @@ private slots:
     void nulInANameIsNotMissed();
     void namesStayInTheirDirectory();
     void textOfTheNetworkDoesNotReachTheTerminal();
+    void everyFieldOfAnAnswerIsEscaped_data();
+    void everyFieldOfAnAnswerIsEscaped();
+    void lengthIsShownEscaped();
+    void nameOfAFileIsShownEscaped();
     void directoryThatCannotBeMadeIsTold();
     void putStopsWhenNoAnswerComes();
     void usageErrors_data();
@@ -361,6 +380,87 @@ void tst_SkyletAnswers::textOfTheNetworkDoesNotReachTheTerminal()
         QVERIFY(!run.output.contains("\xc2\x9b")); // 0x9B in UTF-8
         QVERIFY(run.output.contains("a?]0;x??2j"));
     }
+}
+
+void tst_SkyletAnswers::everyFieldOfAnAnswerIsEscaped_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+
+    const QByteArray image = Image(D64_SIZE, 1);
+    const QByteArray head = "HTTP/1.1 200 Ok\r\n";
+    const QByteArray end = "\r\n\r\n";
+    const auto program = [](const char *name, const QByteArray &data) {
+        return HubAnswer(Package({ProgramObject(name, data)}));
+    };
+
+    QTest::newRow("http-version") << "HTTP/1." + ACTED_ON + " 200 Ok" + end;
+    QTest::newRow("status") << "HTTP/1.1 " + ACTED_ON + " Ok" + end;
+    QTest::newRow("reason") << "HTTP/1.1 404 " + ACTED_ON + end;
+    QTest::newRow("header-name") << head + ACTED_ON + ": 5" + end;
+    QTest::newRow("header-value") << head + "X: " + ACTED_ON + end;
+    QTest::newRow("content-length") << head + "Content-Length: 9" + ACTED_ON + end;
+    QTest::newRow("no-head") << ACTED_ON;
+    QTest::newRow("package") << HeadFor(ACTED_ON.size()) + ACTED_ON;
+    QTest::newRow("program-name") << program(ACTED_ON.constData(), Listing("X", QByteArray()));
+    QTest::newRow("disk-name") << HubAnswer(
+        Package({Manifest(QByteArray()), Disk(ACTED_ON.constData(), image, 0, false)}));
+    QTest::newRow("listing-title") << program("x", Listing(ACTED_ON.constData(), QByteArray()));
+    QTest::newRow("listing-name") << program(
+        "x", Listing("X", ListingEntry(ACTED_ON.constData(), "D64")));
+    QTest::newRow("listing-type") << program("x",
+                                             Listing("X", ListingEntry("A", ACTED_ON.constData())));
+}
+
+void tst_SkyletAnswers::everyFieldOfAnAnswerIsEscaped()
+{
+    QFETCH(QByteArray, answer);
+
+    AnswerServer server({answer});
+    const QTemporaryDir here;
+    QVERIFY(WriteFile(here.filePath(S("x.prg")), "x"));
+    for (const char *command :
+         {"search", "get x --force", "disks x --force", "put x.prg", "ping"}) {
+        for (const char *format : {"", "--json "}) {
+            const QByteArray line = QByteArray(format) + command;
+            const SkyletRun run = RunSkylet(Line(server, line.constData()), here.path());
+            QVERIFY(run.exitCode >= 0);
+            QVERIFY2(!IsActedOn(run.output), run.output.constData());
+            QVERIFY2(!IsActedOn(run.errors), run.errors.constData());
+        }
+    }
+}
+
+void tst_SkyletAnswers::lengthIsShownEscaped()
+{
+    AnswerServer server({"HTTP/1.1 200 Ok\r\nContent-Length: 9\x1b\x9b\r\n\r\n"});
+    const QByteArray said = server.Address().toUtf8() +
+                            ": the answer is not a hub's: it announces the length \"9\\x1b\\x9b\"";
+    const SkyletRun text = RunSkylet(Line(server, "search"));
+    QCOMPARE(text.exitCode, 5);
+    QCOMPARE(text.errors, "skylet: " + said + '\n');
+
+    const SkyletRun json = RunSkylet(Line(server, "search --json"));
+    QCOMPARE(json.errors, text.errors);
+    QVERIFY2(json.output.contains("\\\"9\\u001b\\u009b\\\""), json.output.constData());
+    QVERIFY(json.Json()
+                .value(S("remarks"))
+                .toArray()
+                .at(0)
+                .toString()
+                .endsWith(QLatin1String("9\x1b\x9b\"")));
+}
+
+void tst_SkyletAnswers::nameOfAFileIsShownEscaped()
+{
+    const QString file = S("\xe2\x80\xaegrp.prg"); // U+202E turns it into ".prgprg"
+    AnswerServer server({HubAnswer(Package({}))});
+    const QTemporaryDir here;
+    QVERIFY(WriteFile(here.filePath(file), "x"));
+    const QStringList line = Line(server, "put --as x") + QStringList{file};
+    QCOMPARE(RunSkylet(line, here.path()).output, QByteArray("\\u202egrp.prg: sent as \"x\"\n"));
+    const SkyletRun json = RunSkylet(line + QStringList{S("--json")}, here.path());
+    QVERIFY2(!IsActedOn(json.output), json.output.constData());
+    QCOMPARE(json.Json().value(S("packages"))[0][S("objects")][0][S("file")].toString(), file);
 }
 
 void tst_SkyletAnswers::directoryThatCannotBeMadeIsTold()

@@ -81,9 +81,11 @@ int SkyletCommands::Main(const QStringList &arguments)
         return SkyletCommands(options).Run();
 
     SkyletReport report(SkyletReport::TEXT);
-    report.Line(options.action == SkyletOptions::SHOW_HELP
-                    ? SkyletOptions::Help().trimmed()
-                    : QStringLiteral("skylet " DISK_HUB_VERSION));
+    const QString text = options.action == SkyletOptions::SHOW_HELP
+                             ? SkyletOptions::Help().trimmed()
+                             : QStringLiteral("skylet " DISK_HUB_VERSION);
+    for (const QString &line : text.split(QLatin1Char('\n')))
+        report.Line(line);
     return report.Finish(SkyletExit::SUCCESS);
 }
 

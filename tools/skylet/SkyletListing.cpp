@@ -4,6 +4,7 @@
 #include "SkyletListing.h"
 
 #include "AppCbmUtil.h"
+#include "AppPrintable.h"
 #include "MxEndian.h"
 
 namespace
@@ -18,11 +19,6 @@ const char ENTRY_LEAD_IN[] = "  \"";
 constexpr qsizetype ENTRY_LEAD_IN_SIZE = sizeof(ENTRY_LEAD_IN) - 1;
 
 constexpr char REVERSE_ON = 0x12; // PETSCII control character
-
-bool IsControl(uchar c)
-{
-    return (c & 0x7F) < 0x20 || c == 0x7F;
-}
 
 } // namespace
 
@@ -93,7 +89,8 @@ QString SkyletListing::PetsciiToText(const QByteArray &petscii)
     QString text;
     for (const char c : petscii) {
         const uchar shown = AppCbmUtil::PetsciiToAscii(static_cast<uchar>(c));
-        text += IsControl(shown) ? QLatin1Char('?') : QLatin1Char(static_cast<char>(shown));
+        text += AppPrintable::IsUnprintable(shown) ? QLatin1Char('?')
+                                                   : QLatin1Char(static_cast<char>(shown));
     }
     return text;
 }

@@ -3,6 +3,7 @@
 
 #include "SkyletReport.h"
 
+#include "AppPrintable.h"
 #include "SkyletExit.h"
 #include "SkyletProgress.h"
 
@@ -34,23 +35,22 @@ SkyletReport::SkyletReport(FORMAT format) : mFormat(format) {}
 
 void SkyletReport::Line(const QString &text)
 {
-    if (mFormat == TEXT)
-        mIsWritten &= Write(stdout, text.toLocal8Bit() + '\n');
+    Print(AppPrintable::Escaped(text));
 }
 
 void SkyletReport::ReversedLine(const QString &text)
 {
-    if (SkyletProgress::IsTerminal(1))
-        Line(QLatin1String(REVERSE_ON) + text + QLatin1String(REVERSE_OFF));
-    else
-        Line(text);
+    const QString shown = AppPrintable::Escaped(text);
+    Print(SkyletProgress::IsTerminal(1)
+              ? QLatin1String(REVERSE_ON) + shown + QLatin1String(REVERSE_OFF)
+              : shown);
 }
 
 void SkyletReport::Remark(const QString &text)
 {
     // In the order in which it was said, if both go to one place.
     mIsWritten &= std::fflush(stdout) == 0;
-    WriteError(text.toLocal8Bit());
+    WriteError(AppPrintable::Escaped(text).toLocal8Bit());
     mRemarks.append(text);
 }
 
@@ -65,11 +65,18 @@ int SkyletReport::Finish(int exitCode)
         Set(QStringLiteral("remarks"), mRemarks);
         Set(QStringLiteral("exit"), exitCode);
         Set(QStringLiteral("word"), SkyletExit::Word(exitCode));
-        mIsWritten &= Write(stdout, QJsonDocument(mObject).toJson(QJsonDocument::Compact) + '\n');
+        const QByteArray json = QJsonDocument(mObject).toJson(QJsonDocument::Compact);
+        mIsWritten &= Write(stdout, AppPrintable::EscapedJson(json) + '\n');
     }
     mIsWritten &= std::fflush(stdout) == 0;
     if (mIsWritten)
         return exitCode;
     WriteError("standard output cannot be written");
     return exitCode == SkyletExit::SUCCESS ? static_cast<int>(SkyletExit::LOCAL_FILE) : exitCode;
+}
+
+void SkyletReport::Print(const QString &text)
+{
+    if (mFormat == TEXT)
+        mIsWritten &= Write(stdout, text.toLocal8Bit() + '\n');
 }

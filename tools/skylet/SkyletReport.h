@@ -9,7 +9,8 @@
 #include <QString>
 
 /// What skylet says: lines of text, or one JSON object in the end. Remarks go to standard error
-/// either way.
+/// either way. Much of it is what a hub sent, so what a terminal would act on is escaped in all of
+/// it, line feeds included.
 class SkyletReport
 {
 public:
@@ -34,6 +35,8 @@ public:
     int Finish(int exitCode);
 
 private:
+    void Print(const QString &text);
+
     FORMAT mFormat;
     QJsonObject mObject;
     QJsonArray mRemarks;
