@@ -139,7 +139,8 @@ SkyletReply::STATUS CheckPackage(const QByteArray &body)
         return SkyletReply::BAD_VERSION;
     if (LeAt<quint8>(body, PACKAGE_COUNT_OFFSET) > AppPackageFormat::OBJECTS_MAX)
         return SkyletReply::BAD_COUNT;
-    if (LeAt<quint32>(body, PACKAGE_TOTAL_SIZE_OFFSET) != body.size() - PACKAGE_HEADER_SIZE)
+    const qint64 total = LeAt<quint32>(body, PACKAGE_TOTAL_SIZE_OFFSET);
+    if (total != body.size() - PACKAGE_HEADER_SIZE)
         return SkyletReply::BAD_SIZES;
     return CheckObjects(body);
 }
