@@ -3,6 +3,7 @@
 
 #include "SkyletProgress.h"
 
+#include "AppStandardOutput.h"
 #include "SkyletConnection.h"
 
 #include <cstdio>
@@ -17,12 +18,12 @@
 namespace
 {
 
-const char WIPE_LINE[] = "\r\x1b[K";
+const QLatin1String WIPE_LINE("\r\x1b[K");
 
 /// Writes to the terminal. If that fails, no one is there to be told.
-void Write(const QByteArray &bytes)
+void Write(const QString &text)
 {
-    static_cast<void>(std::fputs(bytes.constData(), stderr));
+    static_cast<void>(AppStandardOutput::Write(stderr, text));
     static_cast<void>(std::fflush(stderr));
 }
 
@@ -84,5 +85,5 @@ void SkyletProgress::Show()
 {
     mShown = true;
     mTimer.setInterval(INTERVAL_MS);
-    Write(WIPE_LINE + mText().toLocal8Bit());
+    Write(WIPE_LINE + mText());
 }

@@ -4,6 +4,7 @@
 #include "SkyletReport.h"
 
 #include "AppPrintable.h"
+#include "AppStandardOutput.h"
 #include "SkyletExit.h"
 #include "SkyletProgress.h"
 
@@ -17,16 +18,11 @@ namespace
 const char REVERSE_ON[] = "\x1b[7m";
 const char REVERSE_OFF[] = "\x1b[m";
 
-bool Write(std::FILE *stream, const QByteArray &bytes)
-{
-    const auto size = static_cast<std::size_t>(bytes.size());
-    return std::fwrite(bytes.constData(), 1, size, stream) == size;
-}
-
 /// There is no place left to say that this failed.
-void WriteError(const QByteArray &text)
+void WriteError(const QString &text)
 {
-    static_cast<void>(Write(stderr, "skylet: " + text + '\n'));
+    static_cast<void>(
+        AppStandardOutput::Write(stderr, QStringLiteral("skylet: ") + text + QLatin1Char('\n')));
 }
 
 } // namespace
@@ -50,7 +46,7 @@ void SkyletReport::Remark(const QString &text)
 {
     // In the order in which it was said, if both go to one place.
     mIsWritten &= std::fflush(stdout) == 0;
-    WriteError(AppPrintable::Escaped(text).toLocal8Bit());
+    WriteError(AppPrintable::Escaped(text));
     mRemarks.append(text);
 }
 
@@ -66,17 +62,17 @@ int SkyletReport::Finish(int exitCode)
         Set(QStringLiteral("exit"), exitCode);
         Set(QStringLiteral("word"), SkyletExit::Word(exitCode));
         const QByteArray json = QJsonDocument(mObject).toJson(QJsonDocument::Compact);
-        mIsWritten &= Write(stdout, AppPrintable::EscapedJson(json) + '\n');
+        mIsWritten &= AppStandardOutput::WriteUtf8(stdout, AppPrintable::EscapedJson(json) + '\n');
     }
     mIsWritten &= std::fflush(stdout) == 0;
     if (mIsWritten)
         return exitCode;
-    WriteError("standard output cannot be written");
+    WriteError(QStringLiteral("standard output cannot be written"));
     return exitCode == SkyletExit::SUCCESS ? static_cast<int>(SkyletExit::LOCAL_FILE) : exitCode;
 }
 
 void SkyletReport::Print(const QString &text)
 {
     if (mFormat == TEXT)
-        mIsWritten &= Write(stdout, text.toLocal8Bit() + '\n');
+        mIsWritten &= AppStandardOutput::Write(stdout, text + QLatin1Char('\n'));
 }
