@@ -90,7 +90,7 @@ void tst_SkyletBench::requestsAreTakenInTurn()
     QVERIFY(std::is_sorted(figures.sorted.begin(), figures.sorted.end()));
     QCOMPARE(figures.sent, qint64(7));
     QCOMPARE(figures.received, qint64(7 * HubAnswer(WirePackage().Bytes()).size()));
-    QCOMPARE(figures.exitCode, 0);
+    QCOMPARE(figures.exitCode, SkyletExit::SUCCESS);
 }
 
 void tst_SkyletBench::failuresAreCountedByWord()
@@ -105,13 +105,13 @@ void tst_SkyletBench::failuresAreCountedByWord()
     const SkyletBench::FIGURES closed = SkyletBench(address, TIMEOUT_MS, load).Run(&interrupt);
     QCOMPARE(closed.failures, (QMap<QString, int>{{QStringLiteral("closed"), 3}}));
     QCOMPARE(closed.done, 3);
-    QCOMPARE(closed.exitCode, 4);
+    QCOMPARE(closed.exitCode, SkyletExit::NO_ANSWER);
     QVERIFY(closed.sorted.isEmpty());
 
     server.close();
     const SkyletBench::FIGURES refused = SkyletBench(address, TIMEOUT_MS, load).Run(&interrupt);
     QCOMPARE(refused.failures, (QMap<QString, int>{{QStringLiteral("refused"), 3}}));
-    QCOMPARE(refused.exitCode, 3);
+    QCOMPARE(refused.exitCode, SkyletExit::NO_CONNECTION);
 }
 
 void tst_SkyletBench::connectionsAreAtTheSameTime()

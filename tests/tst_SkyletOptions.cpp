@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 #include "HostFiles.h"
+#include "SkyletCommands.h"
 #include "SkyletExit.h"
 #include "SkyletOptions.h"
 
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -58,6 +60,7 @@ private slots:
     void helpNamesAllExitCodes();
     void manPageHasTheSameExitCodes();
     void manPageNamesAllOptions();
+    void manPageNamesAllCommands();
     void latin1();
 };
 
@@ -413,6 +416,24 @@ void tst_SkyletOptions::manPageNamesAllOptions()
     for (QString option : std::as_const(options)) {
         option.replace(QLatin1Char('-'), QStringLiteral("\\-"));
         QVERIFY2(page.contains(QStringLiteral(" \\-\\-") + option), qPrintable(option));
+    }
+}
+
+void tst_SkyletOptions::manPageNamesAllCommands()
+{
+    const QString page =
+        QString::fromUtf8(ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1")));
+    const QString synopsis = page.section(QStringLiteral("\n.SH "), 2, 2);
+    const QString commands = page.section(QStringLiteral("\n.SH "), 4, 4);
+    QVERIFY(synopsis.startsWith(QStringLiteral("SYNOPSIS\n")));
+    QVERIFY(commands.startsWith(QStringLiteral("COMMANDS\n")));
+    QCOMPARE(commands.count(QStringLiteral("\n.TP\n")), SkyletCommands::All().size());
+    for (const SkyletCommands::COMMAND &command : SkyletCommands::All()) {
+        const QString name = QLatin1String(command.name);
+        QVERIFY2(synopsis.contains(QStringLiteral("\n.B ") + name + QLatin1Char('\n')),
+                 command.name);
+        const QRegularExpression entry(QStringLiteral("\n\\.TP\n\\.B[RI]? %1\\b").arg(name));
+        QVERIFY2(commands.contains(entry), command.name);
     }
 }
 

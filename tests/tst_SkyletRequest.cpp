@@ -71,6 +71,13 @@ QByteArray Field(const AppDosName &name)
     return QByteArray(name.Bytes(), AppDosName::SIZE);
 }
 
+SkyletRequest Upload(const SkyletIdentity &identity, const QByteArray &package)
+{
+    SkyletRequest request = SkyletRequest::Upload(identity);
+    request.SetPackage(package);
+    return request;
+}
+
 QByteArray PackageOf(const QByteArray &program)
 {
     AppPackage package;
@@ -118,7 +125,7 @@ void tst_SkyletRequest::uploadIsTheDocumentedOne()
     QCOMPARE(PackageOf(package.mid(496)), package);
 
     const SkyletIdentity nobody{QString(), QString(), QStringLiteral("00-1A-2B-3C")};
-    QCOMPARE(Bytes(SkyletRequest::Upload(nobody, package)),
+    QCOMPARE(Bytes(Upload(nobody, package)),
              Example("upload-head") + package + Example("upload-tail"));
 }
 
@@ -237,8 +244,8 @@ void tst_SkyletRequest::downloadArrivesAsGiven()
 void tst_SkyletRequest::packageArrivesAsGiven()
 {
     const QByteArray program("\x01\x08\r\n--\0\r\n", 9);
-    const auto received = Receive(SkyletRequest::Upload(
-        {QStringLiteral("a&b"), QString(), QStringLiteral("id")}, PackageOf(program)));
+    const auto received = Receive(
+        Upload({QStringLiteral("a&b"), QString(), QStringLiteral("id")}, PackageOf(program)));
     QVERIFY(received->mValid);
     QCOMPARE(received->mUsr, QStringLiteral("a&b"));
     QCOMPARE(received->mCmd, int(AppDeviceTransaction::COMMAND_UPLOAD));
@@ -263,7 +270,7 @@ void tst_SkyletRequest::boundaryIsFree()
     QFETCH(QByteArray, program);
     QFETCH(QByteArray, boundary);
 
-    const SkyletRequest request = SkyletRequest::Upload(SkyletIdentity(), PackageOf(program));
+    const SkyletRequest request = Upload(SkyletIdentity(), PackageOf(program));
     QVERIFY(Bytes(request).contains("; boundary=" + boundary + "\r\n"));
     const auto received = Receive(request);
     QVERIFY(received->mPackage != nullptr);

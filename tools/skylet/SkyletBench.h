@@ -4,6 +4,7 @@
 #pragma once
 
 #include "SkyletAddress.h"
+#include "SkyletExit.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -31,11 +32,11 @@ public:
         int done = 0;           ///< requests that ended, well or not
         QVector<qint64> sorted; ///< nanoseconds from connecting to the last byte, of those that
                                 ///< ended well, in rising order
-        QMap<QString, int> failures; ///< by SkyletAnswer::Word()
-        qint64 elapsed = 0;          ///< nanoseconds
-        qint64 sent = 0;             ///< bytes
-        qint64 received = 0;         ///< bytes
-        int exitCode = 0;            ///< of the last failure
+        QMap<QString, int> failures;                     ///< by SkyletAnswer::Word()
+        qint64 elapsed = 0;                              ///< nanoseconds
+        qint64 sent = 0;                                 ///< bytes
+        qint64 received = 0;                             ///< bytes
+        SkyletExit::CODE exitCode = SkyletExit::SUCCESS; ///< of the last failure
 
         int Failures() const;
         double Seconds() const;

@@ -4,6 +4,7 @@
 #include "SkyletOptions.h"
 
 #include "MxMd5.h"
+#include "SkyletCommands.h"
 #include "SkyletExit.h"
 
 #include <QCommandLineOption>
@@ -17,57 +18,60 @@ namespace
 
 const char HUB_VARIABLE[] = "SKYLET_HUB";
 const char DEFAULT_UDID[] = "skylet";
-const char BENCH[] = "bench";
+const char AS[] = "as";
 const char THEN[] = ","; // stands between the commands of a bench
 constexpr qsizetype DIGEST_SIZE = 32;
 constexpr qint64 PASSWORD_LINE_MAX = 65536; // bytes
 
-/// How a command is used. An option of none of them is one of all.
-struct USAGE {
-    const char *name;
-    int minArguments;
-    int maxArguments; // -1 for any number
-    QStringList options;
-};
-
-const QVector<USAGE> &Usages()
+/// The names of all commands, in the order of the help.
+QStringList CommandNames()
 {
-    static const QString force = QStringLiteral("force");
-    static const QString output = QStringLiteral("output");
-    static const QString replace = QStringLiteral("replace");
-    static const QString as = QStringLiteral("as");
-    static const QVector<USAGE> usages{
-        {"search", 0, 1, {QStringLiteral("raw"), force}},
-        {"get", 1, 1, {output, force}},
-        {"disks", 1, 1, {output, force}},
-        {"put", 1, -1, {replace, as}},
-        {"ping", 0, 0, {}},
-        {BENCH, 1, -1, {QStringLiteral("clients"), QStringLiteral("requests"), replace, as}},
-    };
-    return usages;
+    QStringList names;
+    for (const SkyletCommands::COMMAND &command : SkyletCommands::All())
+        names.append(QLatin1String(command.name));
+    return names;
 }
 
-const USAGE *FindUsage(const QString &name)
+/// The commands whose own option this is, for its line of the help: "get, disks".
+QString OwnersOf(const QString &option)
 {
-    for (const USAGE &usage : Usages()) {
-        if (name == QLatin1String(usage.name))
-            return &usage;
+    QStringList owners;
+    for (const SkyletCommands::COMMAND &command : SkyletCommands::All()) {
+        if (command.options.contains(option))
+            owners.append(QLatin1String(command.name));
     }
-    return nullptr;
+    return owners.join(QLatin1String(", "));
 }
 
-/// The options, as QCommandLineParser has them, and what they are checked with.
-class LINE
+/// The lines of the help that name the commands.
+QString CommandLines()
+{
+    constexpr int USAGE_WIDTH = 23; // columns
+    QString lines;
+    for (const SkyletCommands::COMMAND &command : SkyletCommands::All()) {
+        const QString usage =
+            QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.usage);
+        lines += QLatin1String("  ") + usage.leftJustified(USAGE_WIDTH) +
+                 SkyletCommands::tr(command.help) + QLatin1Char('\n');
+    }
+    return lines;
+}
+
+/// Reads a command line: the options, as QCommandLineParser has them, and the command.
+class READER
 {
     Q_DECLARE_TR_FUNCTIONS(SkyletOptions)
 
 public:
-    LINE();
+    READER();
 
     int Read(const QStringList &arguments, SkyletOptions *options, QString *error);
     QString Help() const { return mParser.helpText(); }
 
 private:
+    void AddOptionsOfAll();
+    void AddOptionsOfSome();
+
     QString Value(const char *name) const { return mParser.value(QLatin1String(name)); }
     bool IsSet(const char *name) const { return mParser.isSet(QLatin1String(name)); }
     int Fail(const QString &text);
@@ -80,27 +84,31 @@ private:
     int ReadCommand(SkyletOptions *options);
     int ReadLoad(SkyletOptions *options);
     int CheckCommand(const SkyletOptions::COMMAND &command);
-    int CheckOptions(const USAGE &usage);
+    int CheckOptions(const SkyletCommands::COMMAND &command);
 
     QCommandLineParser mParser;
     QString mError;
 };
 
-LINE::LINE()
+READER::READER()
 {
     mParser.setApplicationDescription(
         tr("Asks a Disk Hub for programs and disks, as a Skylet does.\n"
            "\n"
            "Commands:\n"
-           "  search [PATTERN]       List what fits the pattern; all without one.\n"
-           "  get PATTERN            Fetch the program that fits, as a .prg file.\n"
-           "  disks PATTERN          Fetch the disks that fit, as image files.\n"
-           "  put FILE...            Store programs (.prg) and disk images (known by size).\n"
-           "  ping                   Is a hub there, and if not, why?\n"
-           "  bench COMMAND...       Send a command again and again, and measure.\n"
+           "%1"
            "\n"
            "A pattern is a name as \"search\" shows it; ? stands for any one character, * for\n"
-           "all that follow."));
+           "all that follow.")
+            .arg(CommandLines()));
+    AddOptionsOfAll();
+    AddOptionsOfSome();
+    mParser.addPositionalArgument(QStringLiteral("command"), tr("What to do, see above."),
+                                  tr("COMMAND [ARGUMENT...]"));
+}
+
+void READER::AddOptionsOfAll()
+{
     mParser.addOptions({
         {{QStringLiteral("h"), QStringLiteral("help")}, tr("Show this help.")},
         {{QStringLiteral("v"), QStringLiteral("version")}, tr("Show the version.")},
@@ -123,30 +131,35 @@ LINE::LINE()
              .arg(SkyletOptions::TIMEOUT_DEFAULT_S),
          tr("SECONDS")},
         {QStringLiteral("json"), tr("Answer with one JSON object.")},
-        {QStringLiteral("raw"), tr("search: keep the listing as a .prg file, too."), tr("FILE")},
-        {{QStringLiteral("o"), QStringLiteral("output")},
-         tr("get, disks: where to write; the working directory without it."),
-         tr("FILE|DIR")},
-        {QStringLiteral("force"), tr("search, get, disks: replace files that exist.")},
-        {QStringLiteral("replace"), tr("put: replace what the hub has by that name.")},
-        {QStringLiteral("as"), tr("put: the name on the hub, for a single file."), tr("NAME")},
-        {QStringLiteral("clients"),
-         tr("bench: connections at the same time (%1).").arg(SkyletOptions::CLIENTS_DEFAULT),
-         tr("N")},
-        {QStringLiteral("requests"),
-         tr("bench: requests in all (%1).").arg(SkyletOptions::REQUESTS_DEFAULT), tr("N")},
     });
-    mParser.addPositionalArgument(QStringLiteral("command"), tr("What to do, see above."),
-                                  tr("COMMAND [ARGUMENT...]"));
 }
 
-int LINE::Fail(const QString &text)
+/// Each with the commands in front that take it.
+void READER::AddOptionsOfSome()
+{
+    const auto add = [this](const QStringList &names, const QString &help, const QString &value) {
+        const QString shown = OwnersOf(names.constLast()) + QLatin1String(": ") + help;
+        mParser.addOption({names, shown, value});
+    };
+    add({QStringLiteral("raw")}, tr("keep the listing as a .prg file, too."), tr("FILE"));
+    add({QStringLiteral("o"), QStringLiteral("output")},
+        tr("where to write; the working directory without it."), tr("FILE|DIR"));
+    add({QStringLiteral("force")}, tr("replace files that exist."), QString());
+    add({QStringLiteral("replace")}, tr("replace what the hub has by that name."), QString());
+    add({QLatin1String(AS)}, tr("the name on the hub, for a single file."), tr("NAME"));
+    add({QStringLiteral("clients")},
+        tr("connections at the same time (%1).").arg(SkyletOptions::CLIENTS_DEFAULT), tr("N"));
+    add({QStringLiteral("requests")},
+        tr("requests in all (%1).").arg(SkyletOptions::REQUESTS_DEFAULT), tr("N"));
+}
+
+int READER::Fail(const QString &text)
 {
     mError = text;
     return -1;
 }
 
-int LINE::Read(const QStringList &arguments, SkyletOptions *options, QString *error)
+int READER::Read(const QStringList &arguments, SkyletOptions *options, QString *error)
 {
     options->json = arguments.contains(QLatin1String("--json"));
     int status = mParser.parse(arguments) ? 0 : Fail(mParser.errorText());
@@ -160,13 +173,13 @@ int LINE::Read(const QStringList &arguments, SkyletOptions *options, QString *er
     return status;
 }
 
-int LINE::ReadGlobals(SkyletOptions *options)
+int READER::ReadGlobals(SkyletOptions *options)
 {
     options->identity.user = Value("user");
     options->identity.udid = Value("udid");
     options->rawFile = Value("raw");
     options->output = Value("output");
-    options->name = Value("as");
+    options->name = Value(AS);
     options->force = IsSet("force");
     options->replace = IsSet("replace");
     int seconds = SkyletOptions::TIMEOUT_DEFAULT_S;
@@ -180,7 +193,7 @@ int LINE::ReadGlobals(SkyletOptions *options)
     return ReadHub(options);
 }
 
-int LINE::ReadHub(SkyletOptions *options)
+int READER::ReadHub(SkyletOptions *options)
 {
     const QString text = IsSet("hub") ? Value("hub") : qEnvironmentVariable(HUB_VARIABLE);
     if (text.isEmpty())
@@ -190,7 +203,7 @@ int LINE::ReadHub(SkyletOptions *options)
     return 0;
 }
 
-int LINE::ReadDigest(SkyletOptions *options)
+int READER::ReadDigest(SkyletOptions *options)
 {
     const int given = int(IsSet("password")) + int(IsSet("password-file")) + int(IsSet("digest"));
     if (given > 1)
@@ -219,7 +232,7 @@ int LINE::ReadDigest(SkyletOptions *options)
     return 0;
 }
 
-int LINE::ReadPasswordFile(const QString &path, QString *password)
+int READER::ReadPasswordFile(const QString &path, QString *password)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -231,7 +244,7 @@ int LINE::ReadPasswordFile(const QString &path, QString *password)
     return 0;
 }
 
-int LINE::ReadNumber(const char *name, int max, int *number)
+int READER::ReadNumber(const char *name, int max, int *number)
 {
     if (!IsSet(name))
         return 0;
@@ -244,21 +257,26 @@ int LINE::ReadNumber(const char *name, int max, int *number)
     return 0;
 }
 
-int LINE::ReadCommand(SkyletOptions *options)
+int READER::ReadCommand(SkyletOptions *options)
 {
     QStringList words = mParser.positionalArguments();
-    if (words.isEmpty())
-        return Fail(tr("a command is missing: search, get, disks, put, ping or bench"));
+    if (words.isEmpty()) {
+        QStringList names = CommandNames();
+        const QString last = names.takeLast();
+        return Fail(
+            tr("a command is missing: %1 or %2").arg(names.join(QLatin1String(", ")), last));
+    }
     options->command.name = words.takeFirst();
     options->command.arguments = words;
     if (CheckCommand(options->command) != 0)
         return -1;
-    if (CheckOptions(*FindUsage(options->command.name)) != 0)
+    const SkyletCommands::COMMAND &command = *SkyletCommands::Find(options->command.name);
+    if (CheckOptions(command) != 0)
         return -1;
-    return options->command.name == QLatin1String(BENCH) ? ReadLoad(options) : 0;
+    return command.arguments == SkyletCommands::OTHER_COMMANDS ? ReadLoad(options) : 0;
 }
 
-int LINE::ReadLoad(SkyletOptions *options)
+int READER::ReadLoad(SkyletOptions *options)
 {
     SkyletOptions::COMMAND command;
     QStringList words = options->command.arguments;
@@ -269,8 +287,8 @@ int LINE::ReadLoad(SkyletOptions *options)
         } else if (word != QLatin1String(THEN)) {
             command.arguments.append(word);
         } else {
-            if (command.name == QLatin1String(BENCH))
-                return Fail(tr("a bench of a bench makes no sense"));
+            if (command.name == options->command.name)
+                return Fail(tr("a %1 of a %1 makes no sense").arg(command.name));
             if (CheckCommand(command) != 0)
                 return -1;
             options->load.append(command);
@@ -280,33 +298,32 @@ int LINE::ReadLoad(SkyletOptions *options)
     return 0;
 }
 
-int LINE::CheckCommand(const SkyletOptions::COMMAND &command)
+int READER::CheckCommand(const SkyletOptions::COMMAND &given)
 {
-    const USAGE *const usage = FindUsage(command.name);
-    if (usage == nullptr)
-        return Fail(tr("\"%1\" is no command").arg(command.name));
-    const auto count = command.arguments.size();
-    if (count < usage->minArguments)
-        return Fail(tr("%1 needs to know what").arg(command.name));
-    if (usage->maxArguments >= 0 && count > usage->maxArguments)
+    const SkyletCommands::COMMAND *const command = SkyletCommands::Find(given.name);
+    if (command == nullptr)
+        return Fail(tr("\"%1\" is no command").arg(given.name));
+    const auto count = given.arguments.size();
+    if (count < command->minArguments)
+        return Fail(tr("%1 needs to know what").arg(given.name));
+    if (command->maxArguments >= 0 && count > command->maxArguments)
         return Fail(tr("%1 takes no \"%2\"; quote patterns, or the shell replaces them")
-                        .arg(command.name, command.arguments.at(usage->maxArguments)));
-    if (IsSet("as") && command.name == QLatin1String("put") && count > 1)
+                        .arg(given.name, given.arguments.at(command->maxArguments)));
+    if (IsSet(AS) && command->options.contains(QLatin1String(AS)) && count > 1)
         return Fail(tr("--as gives a name to a single file"));
     return 0;
 }
 
-int LINE::CheckOptions(const USAGE &usage)
+/// Whether the command takes the options that are given. One of no command is one of all.
+int READER::CheckOptions(const SkyletCommands::COMMAND &command)
 {
-    QStringList ofCommands;
-    for (const USAGE &each : Usages())
-        ofCommands += each.options;
     const QStringList names = mParser.optionNames();
     for (QString name : names) {
         if (name == QLatin1String("o"))
             name = QStringLiteral("output");
-        if (ofCommands.contains(name) && !usage.options.contains(name))
-            return Fail(tr("%1 takes no --%2").arg(QLatin1String(usage.name), name));
+        const bool isTaken = command.options.contains(name) || command.passedOn.contains(name);
+        if (!isTaken && !OwnersOf(name).isEmpty())
+            return Fail(tr("%1 takes no --%2").arg(QLatin1String(command.name), name));
     }
     return 0;
 }
@@ -315,13 +332,13 @@ int LINE::CheckOptions(const USAGE &usage)
 
 int SkyletOptions::Parse(const QStringList &arguments, SkyletOptions *options, QString *error)
 {
-    LINE line;
-    return line.Read(arguments, options, error);
+    READER reader;
+    return reader.Read(arguments, options, error);
 }
 
 QString SkyletOptions::Help()
 {
-    return LINE().Help() + QLatin1Char('\n') + tr("Exit codes:") + QLatin1Char('\n') +
+    return READER().Help() + QLatin1Char('\n') + tr("Exit codes:") + QLatin1Char('\n') +
            SkyletExit::Table();
 }
 

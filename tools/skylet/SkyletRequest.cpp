@@ -49,12 +49,11 @@ SkyletRequest SkyletRequest::Download(const SkyletIdentity &identity,
     return request;
 }
 
-SkyletRequest SkyletRequest::Upload(const SkyletIdentity &identity, const QByteArray &package)
+SkyletRequest SkyletRequest::Upload(const SkyletIdentity &identity)
 {
     SkyletRequest request(identity);
     request.Add("cmd", AppDeviceTransaction::COMMAND_UPLOAD);
     request.Add("udid", identity.udid);
-    request.mPackage = package;
     return request;
 }
 

@@ -33,11 +33,14 @@ public:
     static SkyletRequest Download(const SkyletIdentity &identity,
                                   AppDeviceTransaction::REQUEST what, const QString &pattern);
 
-    /// The wire form of a package, to be stored.
-    static SkyletRequest Upload(const SkyletIdentity &identity, const QByteArray &package);
+    /// A package to be stored, which SetPackage() names.
+    static SkyletRequest Upload(const SkyletIdentity &identity);
 
     /// No command at all. A hub checks user and password and answers with an empty package.
     static SkyletRequest Nothing(const SkyletIdentity &identity);
+
+    /// The wire form of the package that an upload carries; empty for none.
+    void SetPackage(const QByteArray &package) { mPackage = package; }
 
     /// The whole request. `host` is the value of the "Host:" header.
     QByteArray ToBytes(const QString &host) const;
