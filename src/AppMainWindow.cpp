@@ -7,12 +7,8 @@
 #include "AppDirectoryChooser.h"
 #include "AppDiskHub.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QIcon>
-#include <QScrollBar>
 #include <QSignalBlocker>
-#include <QTextCursor>
-#include <QTextDocument>
 
 /// Links the compiled resources into every program that has a window; they register themselves
 /// before main(). At global scope, as the macro asks for.
@@ -39,13 +35,6 @@ AppMainWindow::AppMainWindow(QWidget *parent, Qt::WindowFlags flags) : QMainWind
             &AppMainWindow::ChooseDiskDirectory);
     connect(mUi.programDirectoryBrowse, &QPushButton::clicked, this,
             &AppMainWindow::ChooseProgramDirectory);
-
-    // Nobody can undo what the hub writes, and the history takes more memory than the text.
-    mUi.console->setUndoRedoEnabled(false);
-    mConsoleDelay.setObjectName(QStringLiteral("consoleDelay"));
-    mConsoleDelay.setSingleShot(true);
-    mConsoleDelay.setInterval(CONSOLE_DELAY_MS);
-    connect(&mConsoleDelay, &QTimer::timeout, this, &AppMainWindow::ShowAppended);
 }
 
 AppMainWindow::~AppMainWindow()
@@ -83,37 +72,14 @@ void AppMainWindow::FillInterfaces()
     mUi.interfaceCombo->setCurrentIndex(hub.mActiveIfc);
 }
 
-QPlainTextEdit *AppMainWindow::Console() const
-{
-    return mUi.console;
-}
-
 void AppMainWindow::AppendToConsole(const QString &text)
 {
-    if (!mConsoleDelay.isActive()) {
-        const QScrollBar *const bar = mUi.console->verticalScrollBar();
-        mConsoleAtEnd = bar->value() == bar->maximum();
-        mConsoleDelay.start();
-    }
-    QTextDocument *const document = mUi.console->document();
-    const QSignalBlocker blocker(document->documentLayout()); // ShowAppended() makes up for it
-    QTextCursor end(document);
-    end.beginEditBlock();
-    end.movePosition(QTextCursor::End);
-    if (!document->isEmpty())
-        end.insertBlock();
-    end.insertText(text);
-    end.endEditBlock();
+    mUi.console->Append(text);
 }
 
-void AppMainWindow::ShowAppended()
+void AppMainWindow::ShowConsole()
 {
-    QAbstractTextDocumentLayout *const layout = mUi.console->document()->documentLayout();
-    emit layout->documentSizeChanged(layout->documentSize());
-    emit layout->update();
-    QScrollBar *const bar = mUi.console->verticalScrollBar();
-    if (mConsoleAtEnd)
-        bar->setValue(bar->maximum());
+    mUi.console->ShowAll();
 }
 
 void AppMainWindow::InterfaceChanged(int pIndex)

@@ -6,7 +6,6 @@
 #include "ui_AppMainWindow.h"
 
 #include <QMainWindow>
-#include <QTimer>
 
 /// The main window: directories, interface, port, access restrictions and the console.
 ///
@@ -19,22 +18,17 @@ class AppMainWindow : public QMainWindow
 public:
     explicit AppMainWindow(QWidget *parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
 
-    /// The port field ends its editing when it goes; that is for nobody any more.
+    /// The port field ends its editing as it is destroyed; by then PortChanged() must not run.
     ~AppMainWindow() override;
 
     /// Fills every control from the members of AppDiskHub.
     void SyncUi();
 
-    /// Lines that come within it are laid out and painted at once.
-    static constexpr int CONSOLE_DELAY_MS = 40;
-
-    /// The area that AppDiskHub::Log() writes to.
-    QPlainTextEdit *Console() const;
-
-    /// Appends a line to the console, as its appendPlainText() would, and scrolls to it if the end
-    /// was in view. The text is there at once; what takes longer than a request waits for
-    /// CONSOLE_DELAY_MS: laying it out, scrolling, painting.
+    /// Appends a line to the console; see AppConsole::Append().
     void AppendToConsole(const QString &text);
+
+    /// Shows every line of the console now; see AppConsole::ShowAll().
+    void ShowConsole();
 
 public slots:
     void InterfaceChanged(int pIndex);
@@ -48,9 +42,5 @@ public slots:
 private:
     void FillInterfaces();
 
-    void ShowAppended();
-
     Ui_AppMainWindow mUi;
-    QTimer mConsoleDelay{this};
-    bool mConsoleAtEnd = true; ///< while mConsoleDelay runs: whether the end was in view before
 };

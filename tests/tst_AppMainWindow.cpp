@@ -10,7 +10,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QToolBar>
@@ -106,14 +105,6 @@ private slots:
 
     // Console.
     void consoleGetsEachTextAsAParagraph();
-    void consoleShowsTextAsItIs_data();
-    void consoleShowsTextAsItIs();
-    void consoleForgetsNothing();
-    void consoleKeepsNoHistory();
-    void consolePaintsALineThatNeedsNoScrolling();
-    void consoleShowsABurstAtOnce();
-    void consoleLooksAsIfAppendedTo_data();
-    void consoleLooksAsIfAppendedTo();
     void consoleCannotBeTypedInto();
     void requestsShowInTheConsole();
 
@@ -142,28 +133,6 @@ constexpr int RESULT_AUTH_FAILURE = -89;
 
 const QString SERVER_RUNNING = QStringLiteral("Server running on IP: %1 PORT: %2");
 const QString SERVER_FAILED = QStringLiteral("Unable to start server on port %1!");
-
-/// Counts the events of one type that an object gets.
-class EventCounter : public QObject
-{
-public:
-    EventCounter(QObject *watched, QEvent::Type type) : mType(type)
-    {
-        watched->installEventFilter(this);
-    }
-
-    int Count() const { return mCount; }
-
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        mCount += event->type() == mType ? 1 : 0;
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    QEvent::Type mType;
-    int mCount = 0;
-};
 
 /// A hub with two interfaces that both work, and its active window.
 class WindowFixture : public HubFixture
@@ -201,13 +170,6 @@ public:
     QLineEdit *PortField() const { return The<QLineEdit>("serverPort"); }
     QCheckBox *Access() const { return The<QCheckBox>("accessRestrictionsEnable"); }
     QPushButton *Configure() const { return The<QPushButton>("accessRestrictionsConfigure"); }
-
-    /// Waits until the console shows what has been logged.
-    bool CatchesUp() const
-    {
-        const QTimer *const delay = The<QTimer>("consoleDelay");
-        return QTest::qWaitFor([delay] { return !delay->isActive(); });
-    }
 
     QString LastLog() const { return Log().isEmpty() ? QString() : Log().constLast(); }
 
@@ -473,7 +435,6 @@ void tst_AppMainWindow::consoleIsReadOnly()
 {
     const WindowFixture hub;
     QVERIFY(hub.The<QPlainTextEdit>("console")->isReadOnly());
-    QCOMPARE(hub.The<QPlainTextEdit>("console"), hub.Window().Console());
 }
 
 void tst_AppMainWindow::configureIsDisabledInTheForm()
@@ -1189,132 +1150,6 @@ void tst_AppMainWindow::consoleGetsEachTextAsAParagraph()
     hub->Log(QStringLiteral("two\nthree"));
     QCOMPARE(hub.Log(), (QStringList{QStringLiteral("one"), QString(), QStringLiteral("two"),
                                      QStringLiteral("three")}));
-}
-
-void tst_AppMainWindow::consoleShowsTextAsItIs_data()
-{
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("markup") << "<b>bold</b> &amp; <br>";
-    QTest::newRow("placeholder") << "%1 %2 100%";
-    QTest::newRow("umlaut") << QString::fromUtf8("gr\xC3\xBC\xC3\x9F");
-    QTest::newRow("blanks") << "  two   three  ";
-    QTest::newRow("quotes") << "it's \"so\"";
-}
-
-void tst_AppMainWindow::consoleShowsTextAsItIs()
-{
-    QFETCH(const QString, text);
-    const WindowFixture hub;
-    hub.ClearLog();
-    hub->Log(text);
-    QCOMPARE(hub.Log(), QStringList{text});
-}
-
-void tst_AppMainWindow::consoleKeepsNoHistory()
-{
-    const WindowFixture hub;
-    hub->Log(QStringLiteral("first"));
-    hub->Log(QStringLiteral("second"));
-    QVERIFY(!hub.Console()->document()->isUndoAvailable());
-    QCOMPARE(hub.LastLog(), QStringLiteral("second"));
-}
-
-void tst_AppMainWindow::consolePaintsALineThatNeedsNoScrolling()
-{
-    const WindowFixture hub;
-    QVERIFY(hub.CatchesUp());
-    hub.ClearLog();
-    QCoreApplication::processEvents();
-    const EventCounter paints(hub.Console()->viewport(), QEvent::Paint);
-    hub->Log(QStringLiteral("one"));
-    QTRY_VERIFY(paints.Count() > 0);
-}
-
-void tst_AppMainWindow::consoleShowsABurstAtOnce()
-{
-    const WindowFixture hub;
-    const QScrollBar *const bar = hub.Console()->verticalScrollBar();
-    const EventCounter paints(hub.Console()->viewport(), QEvent::Paint);
-    QCOMPARE(hub.The<QTimer>("consoleDelay")->interval(), 40);
-    for (int burst = 0; burst < 2; ++burst) {
-        hub->Log(QStringLiteral("before"));
-        QVERIFY(hub.CatchesUp());
-        QCoreApplication::processEvents();
-        const int range = bar->maximum();
-        const int painted = paints.Count();
-        for (int i = 0; i < 100; ++i)
-            hub->Log(QString::number(i));
-        QCOMPARE(hub.LastLog(), QStringLiteral("99"));
-        QCOMPARE(bar->maximum(), range);
-        QVERIFY(hub.Console()->updatesEnabled()); // it can be uncovered meanwhile
-        QVERIFY(hub.CatchesUp());
-        QVERIFY(bar->maximum() > range);
-        QTRY_VERIFY(paints.Count() > painted);
-    }
-}
-
-void tst_AppMainWindow::consoleLooksAsIfAppendedTo_data()
-{
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("second");
-    QTest::addColumn<int>("length");
-    QTest::addColumn<int>("scrolledTo");
-
-    QTest::newRow("few-lines") << 1 << 2 << 10 << -1;
-    QTest::newRow("lines-that-begin-to-scroll") << 2 << 100 << 10 << -1;
-    QTest::newRow("lines-that-scroll-on") << 100 << 3 << 10 << -1;
-    QTest::newRow("lines-that-wrap") << 1 << 20 << 500 << -1;
-    QTest::newRow("reader-at-the-beginning") << 100 << 10 << 10 << 0;
-    QTest::newRow("reader-in-the-middle") << 100 << 10 << 10 << 50;
-}
-
-void tst_AppMainWindow::consoleLooksAsIfAppendedTo()
-{
-    QFETCH(const int, first);
-    QFETCH(const int, second);
-    QFETCH(const int, length);
-    QFETCH(const int, scrolledTo);
-    const WindowFixture hub;
-    hub.ClearLog();
-    QPlainTextEdit model;
-    model.setReadOnly(true);
-    model.resize(hub.Console()->size());
-    model.show();
-    const auto append = [&](int lines) {
-        for (int i = 0; i < lines; ++i) {
-            const QString line = QString::number(i).repeated(length);
-            hub->Log(line);
-            model.appendPlainText(line);
-        }
-        QVERIFY(hub.CatchesUp());
-    };
-    append(first);
-    if (scrolledTo >= 0) {
-        hub.Console()->verticalScrollBar()->setValue(scrolledTo);
-        model.verticalScrollBar()->setValue(scrolledTo);
-    }
-    append(second);
-    QCOMPARE(hub.Console()->toPlainText(), model.toPlainText());
-    // Lines to the end; how many there are is an estimate until all have been laid out.
-    const auto below = [](const QPlainTextEdit &console) {
-        return console.verticalScrollBar()->maximum() - console.verticalScrollBar()->value();
-    };
-    QCOMPARE(below(*hub.Console()), below(model));
-    QTRY_COMPARE(hub.Console()->viewport()->grab().toImage(), model.viewport()->grab().toImage());
-}
-
-void tst_AppMainWindow::consoleForgetsNothing()
-{
-    const WindowFixture hub;
-    QCOMPARE(hub.Console()->maximumBlockCount(), 0);
-    hub.ClearLog();
-    for (int i = 0; i < 20000; ++i)
-        hub->Log(QString::number(i));
-    const QStringList log = hub.Log();
-    QCOMPARE(int(log.size()), 20000);
-    QCOMPARE(log.constFirst(), QStringLiteral("0"));
-    QCOMPARE(log.constLast(), QStringLiteral("19999"));
 }
 
 void tst_AppMainWindow::consoleCannotBeTypedInto()
