@@ -31,6 +31,18 @@ bool EndSending(qintptr descriptor)
 
 AppConnection::AppConnection(QObject *parent) : QTcpSocket(parent) {}
 
+bool AppConnection::waitForReadyRead(int msecs)
+{
+    if (msecs >= 0 && msecs <= SHORT_WAIT_MS)
+        return QTcpSocket::waitForReadyRead(msecs);
+    if (QTcpSocket::waitForReadyRead(SHORT_WAIT_MS))
+        return true;
+    if (state() != ConnectedState)
+        return false;
+    emit LongWait();
+    return QTcpSocket::waitForReadyRead(msecs < 0 ? msecs : msecs - SHORT_WAIT_MS);
+}
+
 void AppConnection::disconnectFromHost()
 {
     // While something is still to be sent the toolkit reads no more, sends it, and calls again.

@@ -5,7 +5,8 @@
 
 #include <QTcpSocket>
 
-/// A connection that the hub has accepted. Closing it costs the peer nothing of its reply.
+/// A connection that the hub has accepted. It tells before it blocks the thread for long, and
+/// closing it costs the peer nothing of its reply.
 ///
 /// A system that closes a connection while bytes of the peer are unread, or before more of them
 /// arrive, resets it, and the peer loses what was still under way. So such a connection is closed
@@ -20,7 +21,13 @@ public:
     /// would slow down a fast peer, more would hide for how long a slow one has taken nothing.
     static constexpr int SEND_BUFFER_SIZE = 128 * 1024; // bytes
 
+    /// A wait that ends within it is not told.
+    static constexpr int SHORT_WAIT_MS = 40;
+
     explicit AppConnection(QObject *parent = nullptr);
+
+    /// Waits as any socket does, and tells by LongWait() if it takes more than SHORT_WAIT_MS.
+    bool waitForReadyRead(int msecs) override;
 
     /// A reply up to this size is at the peer before the peer can answer to it.
     static constexpr qint64 FIRST_FLIGHT_SIZE = 14600; // bytes; RFC 6928, section 2
@@ -33,6 +40,11 @@ public:
 
     /// Closes the connection at once. What has not been sent is lost.
     void Drop();
+
+signals:
+    /// SHORT_WAIT_MS of a wait are over and it goes on. Who is called must not run the event loop;
+    /// the time counts as part of the wait.
+    void LongWait();
 
 protected:
     qint64 writeData(const char *data, qint64 size) override;

@@ -194,6 +194,7 @@ int AppDiskHub::StartServer()
     }
 
     auto *const server = new AppServer(this);
+    connect(server, &AppServer::LongWait, this, [this] { mMainWindow->ShowConsole(); });
     mServer = server;
     const QHostAddress address = mInterfaces.at(mActiveIfc).addr;
     if (!server->Listen(address, static_cast<quint16>(mPort))) {

@@ -46,6 +46,7 @@ void AppServer::incomingConnection(qintptr descriptor)
     auto connection = std::make_unique<AppConnection>(this);
     if (!connection->setSocketDescriptor(descriptor))
         return;
+    connect(connection.get(), &AppConnection::LongWait, this, &AppServer::LongWait);
     connection->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption,
                                 AppConnection::SEND_BUFFER_SIZE);
     addPendingConnection(connection.release());

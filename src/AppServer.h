@@ -21,6 +21,10 @@ public:
     /// Returns whether it listens.
     bool Listen(const QHostAddress &address, quint16 port);
 
+signals:
+    /// A connection blocks the thread; see AppConnection::LongWait().
+    void LongWait();
+
 protected:
     void incomingConnection(qintptr descriptor) override;
 };

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QSemaphore>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QToolBar>
@@ -107,6 +108,7 @@ private slots:
     void consoleGetsEachTextAsAParagraph();
     void consoleCannotBeTypedInto();
     void requestsShowInTheConsole();
+    void lineIsSeenWhileTheNextRequestBlocks();
 
     // Settings.
     void settingsWaitForTheEndOfTheHub();
@@ -133,6 +135,26 @@ constexpr int RESULT_AUTH_FAILURE = -89;
 
 const QString SERVER_RUNNING = QStringLiteral("Server running on IP: %1 PORT: %2");
 const QString SERVER_FAILED = QStringLiteral("Unable to start server on port %1!");
+
+/// Lets another thread wait until the thread of the windows has painted a widget.
+class PaintSignal : public QObject
+{
+public:
+    explicit PaintSignal(QWidget *watched) { watched->installEventFilter(this); }
+
+    /// From any thread: whether it is painted within that time.
+    bool Wait(int timeoutMs) { return mPainted.tryAcquire(1, timeoutMs); }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            mPainted.release();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QSemaphore mPainted;
+};
 
 /// A hub with two interfaces that both work, and its active window.
 class WindowFixture : public HubFixture
@@ -1169,6 +1191,30 @@ void tst_AppMainWindow::requestsShowInTheConsole()
     hub.Send(FormRequest({{"cmd", "1"}, {"pat", "*"}, {"udid", "device-<7>"}}));
     QVERIFY(!hub.Log().isEmpty());
     QCOMPARE(hub.Log().constFirst(), QStringLiteral("SEARCH request from Skylet UUID: device-<7>"));
+}
+
+void tst_AppMainWindow::lineIsSeenWhileTheNextRequestBlocks()
+{
+    constexpr int FAR_BELOW_THE_TIME_LIMIT_MS = 2000; // of a request that sends nothing
+
+    const WindowFixture hub;
+    QCoreApplication::processEvents();
+    // Painted by nothing but the wait that begins: the usual time never comes.
+    hub.The<QTimer>("consoleDelay")->setInterval(3600 * 1000);
+    QVERIFY(hub.Search().valid);
+    PaintSignal painted(hub.Console()->viewport());
+    bool seen = false;
+    QEventLoop loop;
+    const std::unique_ptr<QThread> device(QThread::create([&seen, &painted, port = hub.Port()] {
+        QTcpSocket silent;
+        silent.connectToHost(QHostAddress::LocalHost, port);
+        seen = silent.waitForConnected() && painted.Wait(FAR_BELOW_THE_TIME_LIMIT_MS);
+    }));
+    connect(device.get(), &QThread::finished, &loop, &QEventLoop::quit);
+    device->start();
+    loop.exec();
+    device->wait();
+    QVERIFY(seen);
 }
 
 void tst_AppMainWindow::hubMayEndWhileThePortIsEdited()
