@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 #include "AppDiskHub.h"
+#include "AppPrivileges.h"
 
 int main(int argc, char **argv)
 {
+    AppPrivileges::Guard(&argc, argv);
     // Where there is no such style the toolkit keeps its own.
     QApplication::setStyle(QStringLiteral("macintosh"));
     // Desktops find name and icon of the window by this.
