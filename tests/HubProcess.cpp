@@ -40,7 +40,7 @@ QStringList HubProcess::Child()
 
 int HubProcess::Quit()
 {
-    mProcess.closeWriteChannel();
+    BeginQuit();
     const bool ended = mProcess.waitForFinished(TIMEOUT_MS);
     return ended && mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
 }

@@ -50,6 +50,9 @@ public:
     /// The command that runs the program in a child of this test, which Quit() ends.
     static QStringList Child();
 
+    /// Tells a child to end in good order.
+    void BeginQuit() { mProcess.closeWriteChannel(); }
+
     /// Ends a child in good order. Returns its exit code, or -1 if it crashed.
     int Quit();
 
