@@ -4,6 +4,7 @@
 #include "AppCbmUtil.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -17,19 +18,36 @@ const char PROGRAM_END[] = {0x00, 0x00};
 constexpr char REVERSE_ON = 0x12; // PETSCII
 constexpr char QUOTE = 0x22;
 constexpr qsizetype TITLE_SIZE = 24;
-constexpr qsizetype NAME_SIZE = 22; // lead-in, quotation marks and fill included
-constexpr qsizetype LINE_OVERHEAD = 5;
+constexpr qsizetype NAME_SIZE = 22;      // lead-in, quotation marks and fill included
+constexpr qsizetype LINE_START_SIZE = 4; // link and line number
+constexpr qsizetype LINE_OVERHEAD = LINE_START_SIZE + 1;
 
 template <std::size_t SIZE> void AppendAll(QByteArray *out, const char (&bytes)[SIZE])
 {
     out->append(bytes, static_cast<int>(SIZE));
 }
 
+/// Bytes of a text.
+struct TEXT {
+    const char *bytes;
+    qsizetype size;
+};
+
+/// `text` up to its first NUL.
+TEXT TextOf(const QByteArray &text)
+{
+    return {text.constData(), std::find(text.cbegin(), text.cend(), '\0') - text.cbegin()};
+}
+
+TEXT TextOf(const char *text)
+{
+    return {text, static_cast<qsizetype>(std::strlen(text))};
+}
+
 /// Appends `text` up to its first NUL.
 void AppendText(QByteArray *out, const QByteArray &text)
 {
-    const auto end = std::find(text.cbegin(), text.cend(), '\0');
-    out->append(text.constData(), static_cast<int>(end - text.cbegin()));
+    out->append(text.constData(), static_cast<int>(TextOf(text).size));
 }
 
 /// Cuts or fills the field that starts at `offset` to `size` bytes.
@@ -45,6 +63,25 @@ void AppendLineStart(QByteArray *out, unsigned short line)
     AppendAll(out, LINE_LINK);
     out->append(static_cast<char>(line & 0xFF));
     out->append(static_cast<char>(line >> 8));
+}
+
+/// Appends a line of a directory. What comes before the type is made here and appended at once.
+void AppendEntry(unsigned short blocks, const TEXT &name, const TEXT &type, QByteArray *out)
+{
+    constexpr qsizetype LEAD_IN = 3; // two spaces and a quotation mark
+    const char blocksLow = static_cast<char>(blocks & 0xFF);
+    const char blocksHigh = static_cast<char>(blocks >> 8);
+    char line[LINE_START_SIZE + NAME_SIZE] = {LINE_LINK[0], LINE_LINK[1], blocksLow, blocksHigh};
+    char *const field = line + LINE_START_SIZE;
+    std::fill_n(field, NAME_SIZE, ' ');
+    field[LEAD_IN - 1] = QUOTE;
+    const qsizetype shown = std::min(name.size, NAME_SIZE - LEAD_IN);
+    std::copy_n(name.bytes, shown, field + LEAD_IN);
+    if (LEAD_IN + shown < NAME_SIZE)
+        field[LEAD_IN + shown] = QUOTE;
+    AppendAll(out, line);
+    out->append(type.bytes, static_cast<int>(type.size));
+    out->append('\0');
 }
 
 } // namespace
@@ -112,17 +149,14 @@ QByteArray AppCbmUtil::ProgramDirectoryEntry(unsigned short blocks, const QByteA
                                              const QByteArray &type)
 {
     QByteArray bytes;
-    bytes.reserve(static_cast<int>(LINE_OVERHEAD + NAME_SIZE + name.size() + type.size()));
-    AppendLineStart(&bytes, blocks);
-    const qsizetype field = bytes.size();
-    bytes.append(2, ' ');
-    bytes.append(QUOTE);
-    AppendText(&bytes, name);
-    bytes.append(QUOTE);
-    FitField(&bytes, field, NAME_SIZE);
-    AppendText(&bytes, type);
-    bytes.append('\0');
+    AppendEntry(blocks, TextOf(name), TextOf(type), &bytes);
     return bytes;
+}
+
+void AppCbmUtil::AppendDirectoryEntry(unsigned short blocks, const char *name, const char *type,
+                                      QByteArray *program)
+{
+    AppendEntry(blocks, TextOf(name), TextOf(type), program);
 }
 
 QByteArray AppCbmUtil::ProgramEnd()

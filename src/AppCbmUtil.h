@@ -41,6 +41,10 @@ public:
     static QByteArray ProgramDirectoryEntry(unsigned short blocks, const QByteArray &name,
                                             const QByteArray &type);
 
+    /// The same, appended to a program; both texts end at their NUL.
+    static void AppendDirectoryEntry(unsigned short blocks, const char *name, const char *type,
+                                     QByteArray *program);
+
     /// 2 bytes: the null link that ends a BASIC program.
     static QByteArray ProgramEnd();
 };

@@ -6,6 +6,7 @@
 #include "AppCbmUtil.h"
 #include "AppConnection.h"
 #include "AppDeviceTransaction.h"
+#include "AppDiskNames.h"
 #include "AppDosName.h"
 #include "AppImageKinds.h"
 #include "AppMainWindow.h"
@@ -31,8 +32,8 @@ constexpr int REQUESTS_IN_TURN_MAX = 16;
 
 constexpr int ACCEPT_AGAIN_MS = 1000; // after the system had no descriptor for a connection
 
-// The type column of a listing, of a program.
-const QLatin1String PROGRAM_TYPE("prg");
+// The type column of a listing, for programs.
+const char PROGRAM_TYPE[] = "prg";
 
 /// A place for argc that outlives the application object, which keeps a reference to it.
 int &KeepArgc(int argc)
@@ -61,13 +62,17 @@ QByteArray ListingBegin(const char *title)
            AppCbmUtil::ProgramDirectoryHeader(AppCbmUtil::AsciiToPetscii(QByteArray(title)));
 }
 
-void AppendEntry(QByteArray *listing, const AppDosName &name, QLatin1String type)
+/// A PETSCII text as the builders of listings take it.
+struct LISTED {
+    explicit LISTED(const AppDosName &name) { name.ToString(text, false); }
+
+    char text[AppDosName::SIZE + 1];
+};
+
+void AppendEntry(QByteArray *listing, const AppDosName &name, const char *type)
 {
-    char petscii[AppDosName::SIZE + 1];
-    name.ToString(petscii, false);
-    listing->append(AppCbmUtil::ProgramDirectoryEntry(
-        0, QByteArray(petscii),
-        AppCbmUtil::AsciiToPetscii(QByteArray(type.data(), static_cast<int>(type.size())))));
+    const LISTED listedType(DosName(type)); // shorter than any name
+    AppCbmUtil::AppendDirectoryEntry(0, LISTED(name).text, listedType.text, listing);
 }
 
 /// The directories that a request works on.
@@ -127,7 +132,7 @@ struct AppDiskHub::UPLOAD_KIND {
     const char *writeError;
     qint32 existsResult;
     QString (AppMediaMgr::*write)(const QString &directory, const AppDosName &name,
-                                  const QByteArray &data) const;
+                                  const QByteArray &data, AppDiskNames *names) const;
 };
 
 const AppDiskHub::UPLOAD_KIND AppDiskHub::DISK_UPLOAD = {
@@ -446,14 +451,14 @@ void AppDiskHub::CommandSearch(const AppDeviceTransaction &transaction, const US
 {
     const DIRECTORIES directories = DirectoriesOf(*this, user);
     QByteArray listing = ListingBegin("search results");
-    const QList<AppMediaMgr::DISK> disks =
-        AppMediaMgr::Instance().SearchDisks(directories.disks, transaction.mPat);
-    for (const AppMediaMgr::DISK &disk : disks)
+    const AppMediaMgr &media = AppMediaMgr::Instance();
+    media.VisitDisks(directories.disks, transaction.mPat, [&](const AppMediaMgr::DISK &disk) {
         AppendEntry(&listing, disk.name, AppImageKinds::ListingType(disk.type));
-    const QList<AppMediaMgr::PROGRAM> programs =
-        AppMediaMgr::Instance().SearchPrograms(directories.programs, transaction.mPat);
-    for (const AppMediaMgr::PROGRAM &program : programs)
-        AppendEntry(&listing, program.name, PROGRAM_TYPE);
+    });
+    media.VisitPrograms(directories.programs, transaction.mPat,
+                        [&](const AppMediaMgr::PROGRAM &program) {
+                            AppendEntry(&listing, program.name, PROGRAM_TYPE);
+                        });
     listing.append(AppCbmUtil::ProgramEnd());
     package->SetProgram(DosName("listing"), listing);
 }
@@ -474,31 +479,35 @@ void AppDiskHub::CommandUpload(const AppDeviceTransaction &transaction, const US
     if (transaction.mPackage == nullptr)
         return;
     const DIRECTORIES directories = DirectoriesOf(*this, user);
+    AppDiskNames diskNames(directories.disks);
     for (const AppPackage::DISK *disk : std::as_const(transaction.mPackage->disks))
-        Store(DISK_UPLOAD, directories.disks, disk->name, disk->data, disk->replace, package);
+        Store(DISK_UPLOAD, directories.disks, *disk, &diskNames, package);
     const AppPackage::PROGRAM &program = transaction.mPackage->Program();
-    if (!program.data.isEmpty())
-        Store(PROGRAM_UPLOAD, directories.programs, program.name, program.data, program.replace,
-              package);
+    if (program.data.isEmpty())
+        return;
+    // Made only now: the disks can lie in the same directory.
+    AppDiskNames namesBesidePrograms(directories.programs);
+    Store(PROGRAM_UPLOAD, directories.programs, program, &namesBesidePrograms, package);
 }
 
-void AppDiskHub::Store(const UPLOAD_KIND &kind, const QString &directory, const AppDosName &name,
-                       const QByteArray &data, bool replace, AppPackage *package)
+template <typename OBJECT>
+void AppDiskHub::Store(const UPLOAD_KIND &kind, const QString &directory, const OBJECT &object,
+                       AppDiskNames *names, AppPackage *package)
 {
     QString hostName;
-    name.ToString(&hostName, true);
+    object.name.ToString(&hostName, true);
     Log(tr(kind.received).arg(hostName));
 
     // Disk images are looked for in either case: the device counts on being able to save a program
     // again without asking to replace it.
-    const AppMediaMgr &media = AppMediaMgr::Instance();
-    if (!replace && !media.SearchDisks(directory, name).isEmpty()) {
+    if (!object.replace && names->Contains(object.name)) {
         Log(tr(kind.exists));
         Log(tr(kind.replaceHint));
         package->result = kind.existsResult;
         return;
     }
-    const QString path = (media.*kind.write)(directory, name, data);
+    const QString path =
+        (AppMediaMgr::Instance().*kind.write)(directory, object.name, object.data, names);
     if (path.isEmpty()) {
         Log(tr(kind.writeError));
         package->result = AppPackage::RESULT_WRITE_ERROR;

@@ -15,7 +15,7 @@
 #include <vector>
 
 class AppDeviceTransaction;
-class AppDosName;
+class AppDiskNames;
 class AppMainWindow;
 class AppPackage;
 class QTcpServer;
@@ -130,8 +130,9 @@ private:
     void RefuseWebPage(const AppDeviceTransaction &transaction, AppPackage *package);
     const USER *Authenticate(const AppDeviceTransaction &transaction, AppPackage *package);
     void RunCommand(const AppDeviceTransaction &transaction, const USER *user, AppPackage *package);
-    void Store(const UPLOAD_KIND &kind, const QString &directory, const AppDosName &name,
-               const QByteArray &data, bool replace, AppPackage *package);
+    template <typename OBJECT>
+    void Store(const UPLOAD_KIND &kind, const QString &directory, const OBJECT &object,
+               AppDiskNames *names, AppPackage *package);
 
     AppPendingReplies mReplies;
     int mRequestsInTurn = 0;        ///< taken since the event loop last had its turn

@@ -55,22 +55,28 @@ bool AppDosName::ContainsWildcards() const
 
 void AppDosName::FromString(const QString &text, bool convert)
 {
+    FromString(QStringView(text), convert);
+}
+
+void AppDosName::FromString(QStringView text, bool convert)
+{
     const int length = static_cast<int>(std::min<qsizetype>(text.size(), SIZE));
-    for (int i = 0; i < SIZE; ++i) {
-        const unsigned char c =
-            i < length ? static_cast<unsigned char>(text.at(i).toLatin1()) : PADDING;
+    for (int i = 0; i < length; ++i) {
+        const auto c = static_cast<unsigned char>(text.at(i).toLatin1());
         mName[i] = convert ? AppCbmUtil::AsciiToPetscii(c) : c;
     }
+    std::fill(mName + length, mName + SIZE, PADDING);
 }
 
 void AppDosName::FromString(const char *text, bool convert)
 {
     // The length is held in one byte: a text of 256 characters counts as an empty one.
     const int length = std::min<int>(static_cast<unsigned char>(std::strlen(text)), SIZE);
-    for (int i = 0; i < SIZE; ++i) {
-        const unsigned char c = i < length ? static_cast<unsigned char>(text[i]) : PADDING;
+    for (int i = 0; i < length; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
         mName[i] = convert ? AppCbmUtil::AsciiToPetscii(c) : c;
     }
+    std::fill(mName + length, mName + SIZE, PADDING);
 }
 
 void AppDosName::ToString(char *out, bool convert) const

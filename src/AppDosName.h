@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <QStringView>
+
 class QString;
 
 /// A Commodore DOS file name: 16 PETSCII bytes, padded with 0xA0 (shifted space).
@@ -37,6 +39,7 @@ public:
     /// Takes the first SIZE characters of `text`, one byte each; a character beyond Latin-1 becomes
     /// 0. With `convert`, ASCII letters become PETSCII ones.
     void FromString(const QString &text, bool convert);
+    void FromString(QStringView text, bool convert);
 
     /// The same for the bytes of a NUL-terminated text. Its length counts modulo 256.
     void FromString(const char *text, bool convert);

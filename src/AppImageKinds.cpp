@@ -86,8 +86,8 @@ QLatin1String AppImageKinds::Extension(int type)
     return kind == nullptr ? QLatin1String() : QLatin1String(kind->extension);
 }
 
-QLatin1String AppImageKinds::ListingType(int type)
+const char *AppImageKinds::ListingType(int type)
 {
-    const QLatin1String extension = Extension(type);
-    return extension.isEmpty() ? extension : extension.mid(1);
+    const KIND *const kind = OfType(type);
+    return kind == nullptr ? "" : kind->extension + 1;
 }

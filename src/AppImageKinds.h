@@ -53,6 +53,6 @@ int TypeOfSize(qint64 size);
 QLatin1String Extension(int type);
 
 /// The same without the dot, as a listing shows it.
-QLatin1String ListingType(int type);
+const char *ListingType(int type);
 
 } // namespace AppImageKinds

@@ -3,10 +3,11 @@
 
 #include "AppMediaMgr.h"
 
+#include "AppDiskNames.h"
 #include "AppImageKinds.h"
+#include "AppMediaWalk.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QSaveFile>
 
@@ -20,25 +21,6 @@ QLatin1String DiskExtension(int type)
 {
     const QLatin1String extension = AppImageKinds::Extension(type);
     return extension.isEmpty() ? UNKNOWN_DISK_EXTENSION : extension;
-}
-
-/// Calls `visit(name, info)` for each entry of the directory and below whose name fits.
-template <typename VISIT>
-void ForEachMatch(const QString &directory, const AppDosName &pattern, VISIT visit)
-{
-    // An empty path would be the program's working directory.
-    if (directory.isEmpty() || !QDir(directory).exists())
-        return;
-
-    QDirIterator entries(directory, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        entries.next();
-        const QFileInfo info = entries.fileInfo();
-        AppDosName name;
-        name.FromString(info.baseName(), true);
-        if (name.MatchesPattern(pattern))
-            visit(name, info);
-    }
 }
 
 /// Writes a file that is not there yet. Returns whether it could be opened; whether all of `data`
@@ -69,8 +51,9 @@ bool Replace(const QString &path, const QByteArray &data)
 }
 
 /// Writes `data` to the file `fileName` of the directory itself and returns its absolute path, or
-/// an empty string.
-QString Write(const QString &directory, const QString &fileName, const QByteArray &data)
+/// an empty string. Tells `names` of it unless that is null.
+QString Write(const QString &directory, const QString &fileName, const QByteArray &data,
+              AppDiskNames *names)
 {
     if (directory.isEmpty())
         return QString();
@@ -84,7 +67,10 @@ QString Write(const QString &directory, const QString &fileName, const QByteArra
         return QString();
 
     const QString path = info.absoluteFilePath();
+    const AppDiskNames::BEFORE before = AppDiskNames::Look(info);
     const bool opened = info.exists() ? Replace(path, data) : Create(path, data);
+    if (names != nullptr)
+        names->NoteWrite(path, before);
     return opened ? path : QString();
 }
 
@@ -105,11 +91,7 @@ QList<AppMediaMgr::DISK> AppMediaMgr::SearchDisks(const QString &directory,
                                                   const AppDosName &pattern) const
 {
     QList<DISK> disks;
-    ForEachMatch(directory, pattern, [&](const AppDosName &name, const QFileInfo &info) {
-        const int type = AppImageKinds::TypeOfSize(info.size());
-        if (type != AppImageKinds::NO_DISKTYPE)
-            disks.append({name, static_cast<AppPackage::DISKTYPE>(type), info});
-    });
+    VisitDisks(directory, pattern, [&disks](const DISK &disk) { disks.append(disk); });
     return disks;
 }
 
@@ -117,11 +99,31 @@ QList<AppMediaMgr::PROGRAM> AppMediaMgr::SearchPrograms(const QString &directory
                                                         const AppDosName &pattern) const
 {
     QList<PROGRAM> programs;
-    ForEachMatch(directory, pattern, [&](const AppDosName &name, const QFileInfo &info) {
-        if (info.suffix().compare(QLatin1String("prg"), Qt::CaseInsensitive) == 0)
-            programs.append({name, info});
-    });
+    VisitPrograms(directory, pattern,
+                  [&programs](const PROGRAM &program) { programs.append(program); });
     return programs;
+}
+
+void AppMediaMgr::VisitDisks(const QString &directory, const AppDosName &pattern,
+                             const std::function<void(const DISK &)> &visit) const
+{
+    for (AppMediaWalk walk(directory); walk.Next();) {
+        if (!walk.Name().MatchesPattern(pattern))
+            continue;
+        const QFileInfo info = walk.Info();
+        const int type = AppImageKinds::TypeOfSize(info.size());
+        if (type != AppImageKinds::NO_DISKTYPE)
+            visit({walk.Name(), static_cast<AppPackage::DISKTYPE>(type), info});
+    }
+}
+
+void AppMediaMgr::VisitPrograms(const QString &directory, const AppDosName &pattern,
+                                const std::function<void(const PROGRAM &)> &visit) const
+{
+    for (AppMediaWalk walk(directory); walk.Next();) {
+        if (walk.Name().MatchesPattern(pattern) && walk.HasProgramSuffix())
+            visit({walk.Name(), walk.Info()});
+    }
 }
 
 bool AppMediaMgr::Read(const QFileInfo &info, QByteArray *data) const
@@ -140,19 +142,19 @@ bool AppMediaMgr::Read(const QFileInfo &info, QByteArray *data) const
 }
 
 QString AppMediaMgr::AddUpdateDisk(const QString &directory, const AppDosName &name,
-                                   const QByteArray &data) const
+                                   const QByteArray &data, AppDiskNames *names) const
 {
     QString fileName;
     name.ToString(&fileName, true);
     fileName.append(DiskExtension(AppImageKinds::TypeOfSize(data.size())));
-    return Write(directory, fileName, data);
+    return Write(directory, fileName, data, names);
 }
 
 QString AppMediaMgr::AddUpdateProgram(const QString &directory, const AppDosName &name,
-                                      const QByteArray &data) const
+                                      const QByteArray &data, AppDiskNames *names) const
 {
     QString fileName;
     name.ToString(&fileName, true);
     fileName.append(QLatin1String(".prg"));
-    return Write(directory, fileName, data);
+    return Write(directory, fileName, data, names);
 }

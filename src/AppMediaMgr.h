@@ -9,6 +9,10 @@
 #include <QFileInfo>
 #include <QList>
 
+#include <functional>
+
+class AppDiskNames;
+
 /// The programs and disk images in the host's directories. The only code that touches them.
 ///
 /// It keeps nothing: each call looks at the file system afresh. A directory that is an empty string
@@ -40,6 +44,14 @@ public:
     /// The same for programs: entries, subdirectories too, whose suffix is "prg" in any case.
     QList<PROGRAM> SearchPrograms(const QString &directory, const AppDosName &pattern) const;
 
+    /// Calls `visit` for each disk that SearchDisks() would find, without gathering them.
+    void VisitDisks(const QString &directory, const AppDosName &pattern,
+                    const std::function<void(const DISK &)> &visit) const;
+
+    /// The same for SearchPrograms().
+    void VisitPrograms(const QString &directory, const AppDosName &pattern,
+                       const std::function<void(const PROGRAM &)> &visit) const;
+
     /// Whether what a search found can be opened. If so and `data` is not null, reads it all.
     /// Anything but a regular file cannot.
     bool Read(const QFileInfo &info, QByteArray *data) const;
@@ -48,13 +60,13 @@ public:
     /// in ASCII and the extension of its size (".dxx" for one that is no disk's).
     ///
     /// Returns the file's absolute path, or an empty string if it cannot be opened for writing or
-    /// the name would lead out of the directory.
-    QString AddUpdateDisk(const QString &directory, const AppDosName &name,
-                          const QByteArray &data) const;
+    /// the name would lead out of the directory. Tells `names`, the directory's, of what it writes.
+    QString AddUpdateDisk(const QString &directory, const AppDosName &name, const QByteArray &data,
+                          AppDiskNames *names = nullptr) const;
 
     /// The same for a program; the extension is ".prg".
     QString AddUpdateProgram(const QString &directory, const AppDosName &name,
-                             const QByteArray &data) const;
+                             const QByteArray &data, AppDiskNames *names = nullptr) const;
 
 private:
     AppMediaMgr() = default;

@@ -368,6 +368,11 @@ void tst_AppCbmUtil::directoryEntry()
         AppCbmUtil::ProgramDirectoryEntry(static_cast<unsigned short>(blocks), name, type);
     QCOMPARE(line, bytes);
     QCOMPARE(int(line.size()), 27 + int(qstrlen(type.constData())));
+
+    QByteArray program = AppCbmUtil::ProgramBegin();
+    AppCbmUtil::AppendDirectoryEntry(static_cast<unsigned short>(blocks), name.constData(),
+                                     type.constData(), &program);
+    QCOMPARE(program, AppCbmUtil::ProgramBegin() + bytes);
 }
 
 void tst_AppCbmUtil::textEndsWithItsArray()

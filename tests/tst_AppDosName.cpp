@@ -407,6 +407,11 @@ void tst_AppDosName::takesText()
     AppDosName name;
     name.FromString(text, convert);
     QCOMPARE(Bytes(name), field);
+
+    const QString longer = QLatin1Char('<') + text + QLatin1Char('>');
+    AppDosName ofPart;
+    ofPart.FromString(QStringView(longer).mid(1, text.size()), convert);
+    QCOMPARE(Bytes(ofPart), field);
 }
 
 void tst_AppDosName::takesEachLatin1CharacterAsItsByte()

@@ -240,7 +240,7 @@ void tst_AppImageKinds::extensionsAndListingTypes()
 {
     QFETCH(int, type);
     QTEST(QString(AppImageKinds::Extension(type)), "extension");
-    QTEST(QString(AppImageKinds::ListingType(type)), "listingType");
+    QTEST(QString::fromLatin1(AppImageKinds::ListingType(type)), "listingType");
 }
 
 void tst_AppImageKinds::documentsNameTheServedSizes_data()

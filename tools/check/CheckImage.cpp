@@ -140,7 +140,7 @@ const EXTENSION *Find(const QString &suffix)
     static const QHash<QString, const EXTENSION *> BY_SUFFIX = [] {
         QHash<QString, const EXTENSION *> bySuffix;
         for (const AppImageKinds::KIND &kind : AppImageKinds::All())
-            bySuffix.insert(AppImageKinds::ListingType(kind.type), &SERVED_IMAGE);
+            bySuffix.insert(QLatin1String(AppImageKinds::ListingType(kind.type)), &SERVED_IMAGE);
         for (const EXTENSION &extension : EXTENSIONS)
             bySuffix.insert(QLatin1String(extension.suffix), &extension);
         return bySuffix;
@@ -232,7 +232,8 @@ QString SizesOf(const QString &suffix)
 {
     QStringList sizes; // without error bytes, then with them
     for (const AppImageKinds::KIND &kind : AppImageKinds::All()) {
-        if (kind.status == AppImageKinds::SERVED && suffix == AppImageKinds::ListingType(kind.type))
+        if (kind.status == AppImageKinds::SERVED &&
+            suffix == QLatin1String(AppImageKinds::ListingType(kind.type)))
             sizes.append(QString::number(kind.size));
     }
     return sizes.size() > 1

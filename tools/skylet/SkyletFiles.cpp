@@ -54,7 +54,7 @@ QString SafeStem(const AppDosName &name)
 
 QString SkyletFiles::Extension(AppPackage::DISKTYPE type)
 {
-    return AppImageKinds::ListingType(type);
+    return QLatin1String(AppImageKinds::ListingType(type));
 }
 
 QString SkyletFiles::UniqueName(const AppDosName &name, const QString &extension)
