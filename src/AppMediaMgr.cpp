@@ -4,12 +4,12 @@
 #include "AppMediaMgr.h"
 
 #include "AppDiskNames.h"
+#include "AppFileWriter.h"
 #include "AppImageKinds.h"
 #include "AppMediaWalk.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 namespace
 {
@@ -21,33 +21,6 @@ QLatin1String DiskExtension(int type)
 {
     const QLatin1String extension = AppImageKinds::Extension(type);
     return extension.isEmpty() ? UNKNOWN_DISK_EXTENSION : extension;
-}
-
-/// Writes a file that is not there yet. Returns whether it could be opened; whether all of `data`
-/// could be written does not count, but half a file is not left to be served.
-bool Create(const QString &path, const QByteArray &data)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return false;
-    if (file.write(data) != data.size())
-        file.remove();
-    return true;
-}
-
-/// Writes over a file, which stays whole until the new one is: neither a full disk nor a crash in
-/// the middle loses it. Returns the same as Create().
-bool Replace(const QString &path, const QByteArray &data)
-{
-    QSaveFile file(path);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return false;
-    // A write that stops half-way, on a full disk, is no error to QSaveFile: it would commit that.
-    if (file.write(data) != data.size())
-        file.cancelWriting();
-    file.commit(); // The result is deliberately not looked at.
-    return true;
 }
 
 /// Writes `data` to the file `fileName` of the directory itself and returns its absolute path, or
@@ -68,10 +41,10 @@ QString Write(const QString &directory, const QString &fileName, const QByteArra
 
     const QString path = info.absoluteFilePath();
     const AppDiskNames::BEFORE before = AppDiskNames::Look(info);
-    const bool opened = info.exists() ? Replace(path, data) : Create(path, data);
+    const bool written = AppFileWriter::Write(path, data);
     if (names != nullptr)
         names->NoteWrite(path, before);
-    return opened ? path : QString();
+    return written ? path : QString();
 }
 
 } // namespace

@@ -59,8 +59,9 @@ public:
     /// Writes an image into `directory` itself, over a file of that name if there is one: the name
     /// in ASCII and the extension of its size (".dxx" for one that is no disk's).
     ///
-    /// Returns the file's absolute path, or an empty string if it cannot be opened for writing or
-    /// the name would lead out of the directory. Tells `names`, the directory's, of what it writes.
+    /// Returns the file's absolute path, or an empty string if it does not hold all of `data`
+    /// afterwards (see AppFileWriter) or the name would lead out of the directory. Tells `names`,
+    /// the directory's, of what it writes.
     QString AddUpdateDisk(const QString &directory, const AppDosName &name, const QByteArray &data,
                           AppDiskNames *names = nullptr) const;
 

@@ -3,6 +3,7 @@
 
 #include "AppMediaMgr.h"
 #include "HubProgram.h"
+#include "MountedFiles.h"
 
 #include <QDeadlineTimer>
 #include <QTemporaryDir>
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -73,50 +73,6 @@ bool LimitFileSize(qint64 process, rlim_t bytes)
     const rlimit limit = {bytes, RLIM_INFINITY};
     return prlimit(pid_t(process), RLIMIT_FSIZE, &limit, nullptr) == 0;
 }
-
-/// A file system of its own, so small that it can be filled.
-class SmallDisk
-{
-public:
-    static constexpr int SIZE = 1 << 20; ///< bytes
-
-    SmallDisk()
-        : mMounted(mount("none", Path().constData(), "tmpfs", MS_NODEV, "size=1m,mode=0777") == 0)
-        , mErrno(errno)
-    {
-    }
-    ~SmallDisk()
-    {
-        if (mMounted)
-            umount2(Path().constData(), MNT_DETACH);
-    }
-    SmallDisk(const SmallDisk &) = delete;
-    SmallDisk &operator=(const SmallDisk &) = delete;
-
-    bool IsMounted() const { return mMounted; }
-    QByteArray Reason() const { return "cannot mount a tmpfs: " + QByteArray(strerror(mErrno)); }
-    QString FilePath(const char *name) const { return mPoint.filePath(QLatin1String(name)); }
-    QString DirPath() const { return mPoint.path(); }
-
-    /// Writes until nothing fits any more. Returns the bytes that did.
-    qint64 Fill() const
-    {
-        QFile file(FilePath("filler"));
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-            return -1;
-        const QByteArray page(4096, 'x');
-        while (file.write(page) == page.size())
-            continue;
-        return file.size();
-    }
-
-private:
-    QByteArray Path() const { return QFile::encodeName(mPoint.path()); }
-
-    const QTemporaryDir mPoint;
-    const bool mMounted;
-    const int mErrno;
-};
 
 /// An entry of the file system that is no ordinary file, nor in order.
 bool MakeOddity(const QString &kind, const QString &path)
@@ -397,10 +353,9 @@ void tst_Faults::fullDiskKeepsWhatWasStored()
     QVERIFY(hub.Start("[media]\ndisk_path=" + disk.DirPath().toUtf8() +
                       "\nprogram_path=" + disk.DirPath().toUtf8() + '\n'));
 
-    // That not all was written is not looked at: the device is told that all went well.
-    QCOMPARE(Upload(hub, Disk("games", second, 0, true)), RESULT_OK);
-    QCOMPARE(Upload(hub, Disk("new", second, 0, false)), RESULT_OK);
-    QCOMPARE(Upload(hub, ProgramObject("hello", Image(5000, 1))), RESULT_OK);
+    QCOMPARE(Upload(hub, Disk("games", second, 0, true)), RESULT_WRITE_ERROR);
+    QCOMPARE(Upload(hub, Disk("new", second, 0, false)), RESULT_WRITE_ERROR);
+    QCOMPARE(Upload(hub, ProgramObject("hello", Image(5000, 1))), RESULT_WRITE_ERROR);
     QCOMPARE(Snapshot(disk.DirPath()), before);
     QCOMPARE(Download(hub, "hello"), QByteArray("\x01\x08hello"));
 
@@ -426,8 +381,8 @@ void tst_Faults::fileThatCannotGrowKeepsWhatWasStored()
                              QStringLiteral(DISK_HUB_BINARY)}));
     QVERIFY(LimitFileSize(hub.Id(), LIMIT));
 
-    QCOMPARE(Upload(hub, Disk("games", second, 0, true)), RESULT_OK);
-    QCOMPARE(Upload(hub, Disk("new", second, 0, false)), RESULT_OK);
+    QCOMPARE(Upload(hub, Disk("games", second, 0, true)), RESULT_WRITE_ERROR);
+    QCOMPARE(Upload(hub, Disk("new", second, 0, false)), RESULT_WRITE_ERROR);
     QCOMPARE(Snapshot(media.disks.path()), before);
     QCOMPARE(Upload(hub, ProgramObject("small", Image(LIMIT, 1))), RESULT_OK);
     QVERIFY(ReadFile(media.Program("small.prg")) == Image(LIMIT, 1));
@@ -451,17 +406,10 @@ void tst_Faults::writeThatStopsHalfWayIsUndone()
     AppDosName fresh;
     fresh.FromString(QStringLiteral("new"), true);
 
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    QVERIFY(LimitFileSize(0, LIMIT));
-    const QString replaced =
-        AppMediaMgr::Instance().AddUpdateDisk(media.disks.path(), games, second);
-    const QString created =
-        AppMediaMgr::Instance().AddUpdateDisk(media.disks.path(), fresh, second);
-    QVERIFY(LimitFileSize(0, RLIM_INFINITY));
-    signal(SIGXFSZ, handler);
-
-    QCOMPARE(replaced, media.Disk("games.d64"));
-    QCOMPARE(created, media.Disk("new.d64"));
+    const FileSizeLimit limit(LIMIT);
+    const AppMediaMgr &manager = AppMediaMgr::Instance();
+    QCOMPARE(manager.AddUpdateDisk(media.disks.path(), games, second), QString());
+    QCOMPARE(manager.AddUpdateDisk(media.disks.path(), fresh, second), QString());
     QCOMPARE(Snapshot(media.disks.path()), before);
 }
 
