@@ -64,7 +64,7 @@ private:
     {
         std::vector<CheckShelf> shelves;
         for (const CheckShelf::PLACE &place : places)
-            shelves.emplace_back(place);
+            shelves.push_back(CheckShelf::Look(place));
         return shelves;
     }
 
@@ -308,4 +308,5 @@ void tst_CheckReport::printable()
 }
 
 QTEST_GUILESS_MAIN(tst_CheckReport)
+
 #include "tst_CheckReport.moc"

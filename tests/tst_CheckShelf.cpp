@@ -16,10 +16,10 @@ namespace
 constexpr qint64 D64_SIZE = 174848;
 
 /// "code file" for each remark.
-QStringList Codes(const QVector<CheckSection::REMARK> &remarks)
+QStringList Codes(const QVector<CheckRemark> &remarks)
 {
     QStringList codes;
-    for (const CheckSection::REMARK &remark : remarks)
+    for (const CheckRemark &remark : remarks)
         codes.append(remark.code + QLatin1Char(' ') + remark.files.join(QLatin1Char(',')));
     return codes;
 }
@@ -38,6 +38,7 @@ private slots:
     void oneDirectoryForBoth();
     void oneDirectoryInTheOther();
     void oneDirectoryUnderTwoNames();
+    void remarksAreSortedByFile();
     void listing_data();
     void listing();
     void listingThatDoesNotFitIsARemark();
@@ -51,7 +52,7 @@ private:
         CheckShelf::PLACE place;
         place.diskDirectory = Path(disks);
         place.programDirectory = Path(programs);
-        return CheckShelf(place);
+        return CheckShelf::Look(place);
     }
 
     std::unique_ptr<QTemporaryDir> mRoot;
@@ -68,21 +69,21 @@ void tst_CheckShelf::onlyWhatIsAskedAboutIsLookedAt()
     QVERIFY(WriteFile(Path("a.prg"), "x") && WriteSparseFile(Path("a.d64"), D64_SIZE));
     CheckShelf::PLACE place;
     place.diskDirectory = mRoot->path();
-    const CheckShelf disks(place);
-    QCOMPARE(disks.Disks()->Entries().size(), 1);
+    const CheckShelf disks = CheckShelf::Look(place);
+    QCOMPARE(disks.Disks()->served.Entries().size(), 1);
     QVERIFY(!disks.Programs());
     QCOMPARE(disks.ListingSize(), 64);
     QCOMPARE(disks.NumRemarks(), 0);
 
     place.diskDirectory.reset();
     place.programDirectory = mRoot->path();
-    const CheckShelf programs(place);
+    const CheckShelf programs = CheckShelf::Look(place);
     QVERIFY(!programs.Disks());
-    QCOMPARE(programs.Programs()->Entries().size(), 1);
+    QCOMPARE(programs.Programs()->served.Entries().size(), 1);
     QCOMPARE(programs.NumRemarks(), 0);
 
     place.programDirectory.reset();
-    const CheckShelf neither(place);
+    const CheckShelf neither = CheckShelf::Look(place);
     QVERIFY(!neither.Disks() && !neither.Programs());
     QCOMPARE(neither.ListingSize(), 34);
 }
@@ -94,10 +95,10 @@ void tst_CheckShelf::bothDirectories()
     QVERIFY(WriteFile(Path("programs/c.prg"), "x"));
     QVERIFY(WriteSparseFile(Path("programs/d.d64"), D64_SIZE));
     const CheckShelf shelf = Look("disks", "programs");
-    QCOMPARE(shelf.Disks()->Entries().size(), 1);
-    QCOMPARE(shelf.Programs()->Entries().size(), 1);
-    QCOMPARE(Codes(shelf.Disks()->Remarks()), QStringList{QStringLiteral("wrong-directory b.prg")});
-    QCOMPARE(Codes(shelf.Programs()->Remarks()),
+    QCOMPARE(shelf.Disks()->served.Entries().size(), 1);
+    QCOMPARE(shelf.Programs()->served.Entries().size(), 1);
+    QCOMPARE(Codes(shelf.Disks()->remarks), QStringList{QStringLiteral("wrong-directory b.prg")});
+    QCOMPARE(Codes(shelf.Programs()->remarks),
              QStringList{QStringLiteral("wrong-directory d.d64")});
     QCOMPARE(shelf.NumRemarks(), 2);
     QCOMPARE(*shelf.Place().diskDirectory, Path("disks"));
@@ -108,8 +109,8 @@ void tst_CheckShelf::nothingChosen()
     CheckShelf::PLACE place;
     place.diskDirectory = QString();
     place.programDirectory = QString();
-    const CheckShelf shelf(place);
-    QCOMPARE(Codes(shelf.Disks()->Remarks()), QStringList{QStringLiteral("directory-not-chosen ")});
+    const CheckShelf shelf = CheckShelf::Look(place);
+    QCOMPARE(Codes(shelf.Disks()->remarks), QStringList{QStringLiteral("directory-not-chosen ")});
     QCOMPARE(shelf.NumRemarks(), 2);
 }
 
@@ -118,9 +119,9 @@ void tst_CheckShelf::oneDirectoryForBoth()
     QVERIFY(WriteSparseFile(Path("a.d64"), D64_SIZE) && WriteFile(Path("a.prg"), "x"));
     QVERIFY(WriteFile(Path("b.zip"), "x") && WriteFile(Path("c.d64"), "x"));
     const CheckShelf shelf = Look(".", ".");
-    QCOMPARE(Codes(shelf.Disks()->Remarks()),
+    QCOMPARE(Codes(shelf.Disks()->remarks),
              (QStringList{QStringLiteral("compressed b.zip"), QStringLiteral("wrong-size c.d64")}));
-    QCOMPARE(Codes(shelf.Programs()->Remarks()), QStringList());
+    QCOMPARE(Codes(shelf.Programs()->remarks), QStringList());
 }
 
 void tst_CheckShelf::oneDirectoryInTheOther()
@@ -130,15 +131,14 @@ void tst_CheckShelf::oneDirectoryInTheOther()
     QVERIFY(WriteFile(Path("sub/e.zip"), "x"));
 
     const CheckShelf programsInside = Look(".", "sub");
-    QCOMPARE(Codes(programsInside.Disks()->Remarks()),
+    QCOMPARE(Codes(programsInside.Disks()->remarks),
              (QStringList{QStringLiteral("wrong-directory b.prg"),
                           QStringLiteral("compressed sub/e.zip")}));
-    QCOMPARE(Codes(programsInside.Programs()->Remarks()), QStringList());
+    QCOMPARE(Codes(programsInside.Programs()->remarks), QStringList());
 
     const CheckShelf disksInside = Look("sub", ".");
-    QCOMPARE(Codes(disksInside.Disks()->Remarks()),
-             QStringList{QStringLiteral("compressed e.zip")});
-    QCOMPARE(Codes(disksInside.Programs()->Remarks()),
+    QCOMPARE(Codes(disksInside.Disks()->remarks), QStringList{QStringLiteral("compressed e.zip")});
+    QCOMPARE(Codes(disksInside.Programs()->remarks),
              QStringList{QStringLiteral("wrong-directory a.d64")});
 }
 
@@ -147,9 +147,25 @@ void tst_CheckShelf::oneDirectoryUnderTwoNames()
     QVERIFY(WriteSparseFile(Path("real/a.d64"), D64_SIZE) && WriteFile(Path("real/b.prg"), "x"));
     QVERIFY(MakeLink(QStringLiteral("real"), Path("link")));
     const CheckShelf shelf = Look("real", "link");
-    QCOMPARE(shelf.Disks()->Entries().size(), 1);
-    QCOMPARE(shelf.Programs()->Entries().size(), 1);
+    QCOMPARE(shelf.Disks()->served.Entries().size(), 1);
+    QCOMPARE(shelf.Programs()->served.Entries().size(), 1);
     QCOMPARE(shelf.NumRemarks(), 0);
+}
+
+void tst_CheckShelf::remarksAreSortedByFile()
+{
+    for (const char *file : {"c.zip", "a.zip", "sub/b.zip", "b.zip", "d.x.prg", ".e.prg"})
+        QVERIFY(WriteFile(Path(file), "x"));
+    CheckShelf::PLACE place;
+    place.programDirectory = mRoot->path();
+    const CheckShelf shelf = CheckShelf::Look(place);
+    QStringList files;
+    for (const CheckRemark &remark : shelf.Programs()->remarks)
+        files.append(remark.files);
+    QStringList sorted = files;
+    sorted.sort();
+    QCOMPARE(files.size(), 6);
+    QCOMPARE(files, sorted);
 }
 
 void tst_CheckShelf::listing_data()
@@ -208,4 +224,5 @@ void tst_CheckShelf::nothingIsChanged()
 }
 
 QTEST_GUILESS_MAIN(tst_CheckShelf)
+
 #include "tst_CheckShelf.moc"

@@ -109,7 +109,7 @@ CheckCommandLine::RESULT CheckCommandLine::Run(const QStringList &arguments)
     std::vector<CheckShelf> shelves;
     qsizetype remarks = 0;
     for (const CheckShelf::PLACE &place : Places(options)) {
-        shelves.emplace_back(place);
+        shelves.push_back(CheckShelf::Look(place));
         remarks += shelves.back().NumRemarks();
     }
     const bool json = options.parser.isSet(options.json);

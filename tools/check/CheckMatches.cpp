@@ -3,11 +3,14 @@
 
 #include "CheckMatches.h"
 
+#include "CheckName.h"
+
 #include <QHash>
 #include <QMap>
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -42,7 +45,7 @@ auto qHash(const KEY &key, decltype(::qHash(0)) seed = 0)
     return ::qHash(key.halves[0] * 31 + key.halves[1], seed);
 }
 
-void Count(int index, bool readable, CheckMatches::MATCH *match)
+void Count(int index, bool readable, CheckEntry::MATCH *match)
 {
     ++match->fits;
     if (!readable)
@@ -55,20 +58,19 @@ void Count(int index, bool readable, CheckMatches::MATCH *match)
 
 } // namespace
 
-QVector<CheckMatches::MATCH> CheckMatches::Find(const QVector<FILE> &files)
+void CheckMatches::Find(QVector<CheckEntry> *entries)
 {
-    QMap<quint32, QVector<int>> filesOfWildcards;
-    for (int i = 0; i < files.size(); ++i)
-        filesOfWildcards[files.at(i).wildcards].append(i);
+    QMap<quint32, QVector<CheckEntry *>> entriesOfWildcards;
+    for (CheckEntry &entry : *entries)
+        entriesOfWildcards[CheckName::Wildcards(entry.name)].append(&entry);
 
-    QVector<MATCH> matches(files.size());
-    for (auto it = filesOfWildcards.cbegin(); it != filesOfWildcards.cend(); ++it) {
-        QHash<KEY, MATCH> matchOfKey;
-        matchOfKey.reserve(files.size());
-        for (int i = 0; i < files.size(); ++i)
-            Count(i, files.at(i).readable, &matchOfKey[KEY(files.at(i).name, it.key())]);
-        for (const int index : it.value())
-            matches[index] = matchOfKey.value(KEY(files.at(index).name, it.key()));
+    for (auto it = entriesOfWildcards.cbegin(); it != entriesOfWildcards.cend(); ++it) {
+        QHash<KEY, CheckEntry::MATCH> matchOfKey;
+        matchOfKey.reserve(entries->size());
+        int index = 0;
+        for (const CheckEntry &entry : std::as_const(*entries))
+            Count(index++, entry.readable, &matchOfKey[KEY(entry.name, it.key())]);
+        for (CheckEntry *const entry : it.value())
+            entry->match = matchOfKey.value(KEY(entry->name, it.key()));
     }
-    return matches;
 }

@@ -3,7 +3,8 @@
 
 #pragma once
 
-#include "AppDosName.h"
+#include "CheckEntry.h"
+
 #include "AppPackage.h"
 
 #include <QVector>
@@ -18,21 +19,6 @@ public:
     /// Disks that a package carries: the manifest takes one place.
     static constexpr int DISKS_MAX = AppPackageFormat::OBJECTS_MAX - 1;
 
-    /// A file that a search found.
-    struct FILE {
-        AppDosName name;
-        quint32 wildcards = 0; ///< as CheckName::Wildcards() gives them: a "?" is typed there
-        bool readable = true;
-    };
-
-    /// What fits the pattern that is typed for a file. Indices are those of the files.
-    struct MATCH {
-        int fits = 0;          ///< number of files
-        int readable = 0;      ///< those of them that can be read
-        int lastReadable = -1; ///< the program that a DOWNLOAD sends; -1 for none
-        int lastDisk = -1;     ///< the last disk that it sends; -1 for none
-    };
-
-    /// A match for each file, in their order, which must be that of the search.
-    static QVector<MATCH> Find(const QVector<FILE> &files);
+    /// Sets the match of each entry. All that a search found are there, in its order.
+    static void Find(QVector<CheckEntry> *entries);
 };

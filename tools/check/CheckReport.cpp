@@ -38,7 +38,7 @@ QString Title(const CheckShelf::PLACE &place)
                              .arg(users);
 }
 
-QString Keys(const CheckSection::ENTRY &entry)
+QString Keys(const CheckEntry &entry)
 {
     return entry.sent ? CheckName::Keys(entry.name) : QString(NOTHING);
 }
@@ -53,7 +53,7 @@ void AppendCell(const QString &cell, qsizetype width, QString *text)
     text->resize(end, QLatin1Char(' '));
 }
 
-void AppendEntries(const QVector<CheckSection::ENTRY> &entries, QString *text)
+void AppendEntries(const QVector<CheckEntry> &entries, QString *text)
 {
     if (entries.isEmpty())
         return;
@@ -65,7 +65,7 @@ void AppendEntries(const QVector<CheckSection::ENTRY> &entries, QString *text)
     QStringList keys;
     keys.reserve(entries.size());
     qsizetype keysWidth = keysHead.size();
-    for (const CheckSection::ENTRY &entry : entries) {
+    for (const CheckEntry &entry : entries) {
         keys.append(Keys(entry));
         keysWidth = std::max<qsizetype>(keysWidth, keys.last().size());
     }
@@ -77,7 +77,7 @@ void AppendEntries(const QVector<CheckSection::ENTRY> &entries, QString *text)
     AppendCell(typeHead, typeHead.size(), text);
     text->append(CheckReport::tr("File") + QLatin1Char('\n'));
     for (int i = 0; i < entries.size(); ++i) {
-        const CheckSection::ENTRY &entry = entries.at(i);
+        const CheckEntry &entry = entries.at(i);
         text->append(indent);
         AppendCell(CheckName::Screen(entry.name), screenWidth, text);
         AppendCell(keys.at(i), keysWidth, text);
@@ -87,16 +87,16 @@ void AppendEntries(const QVector<CheckSection::ENTRY> &entries, QString *text)
     }
 }
 
-QString FilesOf(const CheckSection::REMARK &remark)
+QString FilesOf(const CheckRemark &remark)
 {
     const qsizetype more = remark.files.size() - CheckReport::FILES_MAX;
     const QString text = remark.files.mid(0, CheckReport::FILES_MAX).join(QStringLiteral(", "));
     return more > 0 ? CheckReport::tr("%1 and %2 more").arg(text, QString::number(more)) : text;
 }
 
-void AppendRemarks(const QVector<CheckSection::REMARK> &remarks, QString *text)
+void AppendRemarks(const QVector<CheckRemark> &remarks, QString *text)
 {
-    for (const CheckSection::REMARK &remark : remarks) {
+    for (const CheckRemark &remark : remarks) {
         text->append(QStringLiteral("  * "));
         if (!remark.files.isEmpty())
             text->append(CheckReport::Printable(FilesOf(remark)) + QStringLiteral(": "));
@@ -107,15 +107,15 @@ void AppendRemarks(const QVector<CheckSection::REMARK> &remarks, QString *text)
     }
 }
 
-void AppendSection(const QString &heading, const CheckSection &section, QString *text)
+void AppendSection(const QString &heading, const CheckShelf::SECTION &section, QString *text)
 {
-    const QString directory = section.Directory().isEmpty()
+    const QString directory = section.served.Directory().isEmpty()
                                   ? CheckReport::tr("no directory")
-                                  : CheckReport::Printable(section.Directory());
-    text->append(heading.arg(directory, QString::number(section.Entries().size())) +
+                                  : CheckReport::Printable(section.served.Directory());
+    text->append(heading.arg(directory, QString::number(section.served.Entries().size())) +
                  QLatin1Char('\n'));
-    AppendEntries(section.Entries(), text);
-    AppendRemarks(section.Remarks(), text);
+    AppendEntries(section.served.Entries(), text);
+    AppendRemarks(section.remarks, text);
     text->append(QLatin1Char('\n'));
 }
 
@@ -138,10 +138,10 @@ void AppendListing(const CheckShelf &shelf, QString *text)
     text->append(QLatin1Char('\n'));
 }
 
-QJsonArray JsonRemarks(const QVector<CheckSection::REMARK> &remarks)
+QJsonArray JsonRemarks(const QVector<CheckRemark> &remarks)
 {
     QJsonArray array;
-    for (const CheckSection::REMARK &remark : remarks)
+    for (const CheckRemark &remark : remarks)
         array.append(
             QJsonObject{{QStringLiteral("code"), remark.code},
                         {QStringLiteral("files"), QJsonArray::fromStringList(remark.files)},
@@ -150,7 +150,7 @@ QJsonArray JsonRemarks(const QVector<CheckSection::REMARK> &remarks)
     return array;
 }
 
-QJsonObject JsonEntry(const CheckSection::ENTRY &entry)
+QJsonObject JsonEntry(const CheckEntry &entry)
 {
     const QJsonValue none;
     return {{QStringLiteral("screen"), CheckName::Screen(entry.name)},
@@ -160,16 +160,16 @@ QJsonObject JsonEntry(const CheckSection::ENTRY &entry)
             {QStringLiteral("file"), entry.file}};
 }
 
-QJsonValue JsonSection(const std::optional<CheckSection> &section)
+QJsonValue JsonSection(const std::optional<CheckShelf::SECTION> &section)
 {
     if (!section)
         return QJsonValue();
     QJsonArray entries;
-    for (const CheckSection::ENTRY &entry : section->Entries())
+    for (const CheckEntry &entry : section->served.Entries())
         entries.append(JsonEntry(entry));
-    return QJsonObject{{QStringLiteral("directory"), section->Directory()},
+    return QJsonObject{{QStringLiteral("directory"), section->served.Directory()},
                        {QStringLiteral("served"), entries},
-                       {QStringLiteral("remarks"), JsonRemarks(section->Remarks())}};
+                       {QStringLiteral("remarks"), JsonRemarks(section->remarks)}};
 }
 
 QJsonObject JsonShelf(const CheckShelf &shelf)

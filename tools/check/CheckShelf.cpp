@@ -3,57 +3,94 @@
 
 #include "CheckShelf.h"
 
-#include "CheckTree.h"
+#include "CheckServedRemarks.h"
+#include "CheckUnserved.h"
 
 #include "AppCbmUtil.h"
 
 #include <QByteArray>
 #include <QSet>
 
-#include <future>
+#include <algorithm>
 
 namespace
 {
 
-void LookAtServed(std::optional<CheckSection> *section)
+using SECTION = CheckShelf::SECTION;
+
+std::optional<SECTION> Find(CheckServed::ROLE role, const std::optional<QString> &directory)
 {
-    if (*section)
-        (*section)->LookAtServed();
+    if (!directory)
+        return std::nullopt;
+    const CheckServed served = CheckServed::Find(role, *directory);
+    return SECTION{served, CheckServedRemarks::Of(served)};
 }
 
-QVector<CheckTree::ITEM> Walk(const QString &directory)
+const CheckServed *ServedOf(const std::optional<SECTION> &section)
 {
-    return directory.isEmpty() ? QVector<CheckTree::ITEM>() : CheckTree::Walk(directory);
+    return section ? &section->served : nullptr;
+}
+
+QVector<CheckRemark> Unserved(const std::optional<SECTION> &section,
+                              const std::optional<SECTION> &other)
+{
+    return section ? CheckUnserved::Remarks(section->served, ServedOf(other))
+                   : QVector<CheckRemark>();
+}
+
+/// Tells the remarks on files that are not served from each other, whatever directory they are
+/// looked at from.
+QString Key(const CheckRemark &remark, const SECTION &section)
+{
+    return remark.code + QLatin1Char(' ') + section.served.CanonicalDirectory() + QLatin1Char('/') +
+           remark.files.value(0);
+}
+
+void SortByFile(QVector<CheckRemark> *remarks)
+{
+    std::stable_sort(remarks->begin(), remarks->end(),
+                     [](const CheckRemark &a, const CheckRemark &b) {
+                         if (a.files.isEmpty() || b.files.isEmpty())
+                             return a.files.size() < b.files.size();
+                         return a.files.first() < b.files.first();
+                     });
 }
 
 } // namespace
 
-CheckShelf::CheckShelf(const PLACE &place) : mPlace(place)
+CheckShelf::CheckShelf(const PLACE &place) : mPlace(place) {}
+
+CheckShelf CheckShelf::Look(const PLACE &place)
 {
-    if (place.diskDirectory)
-        mDisks.emplace(CheckSection::ROLE_DISKS, *place.diskDirectory);
-    if (place.programDirectory)
-        mPrograms.emplace(CheckSection::ROLE_PROGRAMS, *place.programDirectory);
-    const QString diskDirectory = mDisks ? mDisks->CanonicalDirectory() : QString();
-    const QString programDirectory = mPrograms ? mPrograms->CanonicalDirectory() : QString();
+    CheckShelf shelf(place);
+    shelf.mDisks = Find(CheckServed::ROLE_DISKS, place.diskDirectory);
+    shelf.mPrograms = Find(CheckServed::ROLE_PROGRAMS, place.programDirectory);
+    shelf.RemarkOnUnserved();
+    for (std::optional<SECTION> *const section : {&shelf.mDisks, &shelf.mPrograms}) {
+        if (*section)
+            SortByFile(&(*section)->remarks);
+    }
+    return shelf;
+}
 
-    // Of one directory for both everything is said once.
-    const bool same = programDirectory == diskDirectory;
-
-    // Large directories take their time, and the searches and walks do not depend on each other.
-    std::future<void> programSearch = std::async(std::launch::async, LookAtServed, &mPrograms);
-    std::future<QVector<CheckTree::ITEM>> diskWalk =
-        std::async(std::launch::async, Walk, diskDirectory);
-    std::future<QVector<CheckTree::ITEM>> programWalk =
-        std::async(std::launch::async, Walk, same ? QString() : programDirectory);
-    LookAtServed(&mDisks);
-    programSearch.wait();
-
-    QSet<QString> remarked;
-    if (mDisks)
-        mDisks->LookAtRest(diskWalk.get(), mPrograms ? &*mPrograms : nullptr, &remarked);
-    if (mPrograms)
-        mPrograms->LookAtRest(programWalk.get(), mDisks ? &*mDisks : nullptr, &remarked);
+/// One directory may lie in the other, or be the same. What was said of the disks' is not said
+/// again of the programs'.
+void CheckShelf::RemarkOnUnserved()
+{
+    QSet<QString> said;
+    const QVector<CheckRemark> ofDisks = Unserved(mDisks, mPrograms);
+    for (const CheckRemark &remark : ofDisks) {
+        said.insert(Key(remark, *mDisks));
+        mDisks->remarks.append(remark);
+    }
+    const bool same = mDisks && mPrograms &&
+                      mDisks->served.CanonicalDirectory() == mPrograms->served.CanonicalDirectory();
+    const QVector<CheckRemark> ofPrograms =
+        same ? QVector<CheckRemark>() : Unserved(mPrograms, mDisks);
+    for (const CheckRemark &remark : ofPrograms) {
+        if (!said.contains(Key(remark, *mPrograms)))
+            mPrograms->remarks.append(remark);
+    }
 }
 
 const CheckShelf::PLACE &CheckShelf::Place() const
@@ -61,12 +98,12 @@ const CheckShelf::PLACE &CheckShelf::Place() const
     return mPlace;
 }
 
-const std::optional<CheckSection> &CheckShelf::Disks() const
+const std::optional<CheckShelf::SECTION> &CheckShelf::Disks() const
 {
     return mDisks;
 }
 
-const std::optional<CheckSection> &CheckShelf::Programs() const
+const std::optional<CheckShelf::SECTION> &CheckShelf::Programs() const
 {
     return mPrograms;
 }
@@ -79,9 +116,9 @@ qint64 CheckShelf::ListingSize() const
     qint64 size = AppCbmUtil::ProgramBegin().size() +
                   AppCbmUtil::ProgramDirectoryHeader(QByteArray()).size() +
                   AppCbmUtil::ProgramEnd().size();
-    for (const std::optional<CheckSection> *section : {&mDisks, &mPrograms}) {
+    for (const std::optional<SECTION> *section : {&mDisks, &mPrograms}) {
         if (*section)
-            size += (*section)->Entries().size() * entrySize;
+            size += (*section)->served.Entries().size() * entrySize;
     }
     return size;
 }
@@ -91,7 +128,7 @@ qint64 CheckShelf::ListingMemory() const
     return ListingSize() - AppCbmUtil::ProgramBegin().size();
 }
 
-QVector<CheckSection::REMARK> CheckShelf::ListingRemarks() const
+QVector<CheckRemark> CheckShelf::ListingRemarks() const
 {
     if (ListingMemory() <= C64_MEMORY)
         return {};
@@ -104,9 +141,9 @@ QVector<CheckSection::REMARK> CheckShelf::ListingRemarks() const
 qsizetype CheckShelf::NumRemarks() const
 {
     qsizetype count = ListingRemarks().size();
-    for (const std::optional<CheckSection> *section : {&mDisks, &mPrograms}) {
+    for (const std::optional<SECTION> *section : {&mDisks, &mPrograms}) {
         if (*section)
-            count += (*section)->Remarks().size();
+            count += (*section)->remarks.size();
     }
     return count;
 }

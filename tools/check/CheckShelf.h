@@ -3,7 +3,8 @@
 
 #pragma once
 
-#include "CheckSection.h"
+#include "CheckRemark.h"
+#include "CheckServed.h"
 
 #include <QCoreApplication>
 #include <QString>
@@ -13,7 +14,7 @@
 #include <optional>
 
 /// What the hub serves from one disk directory and one program directory, as one request sees them,
-/// and what is to be said about it. Making one looks; it changes nothing on the host.
+/// and what is to be said about it. A plain value.
 class CheckShelf
 {
     Q_DECLARE_TR_FUNCTIONS(CheckShelf)
@@ -31,13 +32,20 @@ public:
         std::optional<QString> programDirectory;
     };
 
-    explicit CheckShelf(const PLACE &place);
+    /// One of the two directories.
+    struct SECTION {
+        CheckServed served;
+        QVector<CheckRemark> remarks; ///< those on the directory itself come first, then by file
+    };
+
+    /// Looks through both directories, which may take seconds; changes nothing on the host.
+    static CheckShelf Look(const PLACE &place);
 
     const PLACE &Place() const;
 
     /// Null if it is not asked about.
-    const std::optional<CheckSection> &Disks() const;
-    const std::optional<CheckSection> &Programs() const;
+    const std::optional<SECTION> &Disks() const;
+    const std::optional<SECTION> &Programs() const;
 
     /// Bytes of the listing that a SEARCH for everything sends.
     qint64 ListingSize() const;
@@ -46,13 +54,16 @@ public:
     qint64 ListingMemory() const;
 
     /// What is to be said about the listing.
-    QVector<CheckSection::REMARK> ListingRemarks() const;
+    QVector<CheckRemark> ListingRemarks() const;
 
     /// Of the two directories and the listing.
     qsizetype NumRemarks() const;
 
 private:
+    explicit CheckShelf(const PLACE &place);
+    void RemarkOnUnserved();
+
     PLACE mPlace;
-    std::optional<CheckSection> mDisks;
-    std::optional<CheckSection> mPrograms;
+    std::optional<SECTION> mDisks;
+    std::optional<SECTION> mPrograms;
 };
