@@ -40,6 +40,7 @@ private slots:
     void notServed_data();
     void notServed();
     void servedFilesAreNotUnserved();
+    void pipeThatIsListedIsNotUnserved();
     void wrongDirectoryNeedsTheOther();
     void missingDirectoryHasNothing();
     void filesOfADirectoryThatCannotBeEntered();
@@ -132,6 +133,18 @@ void tst_CheckUnserved::servedFilesAreNotUnserved()
     const QVector<CheckRemark> remarks = Unserved(CheckServed::ROLE_DISKS);
     QCOMPARE(Codes(remarks), QStringList{QStringLiteral("no-file pipe.prg")});
     QCOMPARE(remarks.first().text, QStringLiteral("not served: a pipe, a socket or a device"));
+}
+
+void tst_CheckUnserved::pipeThatIsListedIsNotUnserved()
+{
+    QVERIFY(MakeFifo(Path(QStringLiteral("pipe.prg"))));
+    QVERIFY(MakeLink(QStringLiteral("pipe.prg"), Path(QStringLiteral("link.prg"))));
+    const CheckServed programs = CheckServed::Find(CheckServed::ROLE_PROGRAMS, mRoot->path());
+    QVERIFY(programs.Lists(QStringLiteral("link.prg")));
+    QCOMPARE(Codes(Unserved(CheckServed::ROLE_PROGRAMS)),
+             QStringList{QStringLiteral("no-file pipe.prg")});
+    QCOMPARE(Codes(Unserved(CheckServed::ROLE_DISKS, &programs)),
+             QStringList{QStringLiteral("no-file pipe.prg")});
 }
 
 void tst_CheckUnserved::wrongDirectoryNeedsTheOther()
