@@ -25,6 +25,21 @@ QJsonObject Parse(const QByteArray &json)
     return error.error == QJsonParseError::NoError ? document.object() : QJsonObject();
 }
 
+// ESC, DEL, the C1 control CSI and next line, line separator, right-to-left override, an isolate.
+constexpr char ODD_CHARACTERS[] = "\x1B\x7F\xC2\x9B\xC2\x85\xE2\x80\xA8\xE2\x80\xAE\xE2\x81\xA6";
+
+/// What of the characters above stands in a report as it is.
+QStringList Unprintable(const QByteArray &report)
+{
+    QStringList found;
+    const QString text = QString::fromUtf8(report);
+    for (const QChar c : QString::fromUtf8(ODD_CHARACTERS)) {
+        if (text.contains(c))
+            found.append(QString::number(c.unicode(), 16));
+    }
+    return found;
+}
+
 } // namespace
 
 class tst_CheckReport : public QObject
@@ -46,6 +61,7 @@ private slots:
     void jsonOfUsersDirectories();
     void jsonOfWhatTypingDoesNotGet();
     void jsonNamesAllFiles();
+    void everyFieldIsEscaped();
     void printable_data();
     void printable();
 
@@ -279,6 +295,34 @@ void tst_CheckReport::jsonNamesAllFiles()
         QCOMPARE(json.count('"' + QByteArray::number(i) + "/a.prg\""), 2);
 }
 
+void tst_CheckReport::everyFieldIsEscaped()
+{
+    // Directory, user, file with a remark that names it, and a file that is not served.
+    const QString odd = QString::fromUtf8(ODD_CHARACTERS);
+    const QString directory = QStringLiteral("programs") + odd;
+    CheckShelf::PLACE place;
+    place.users = QStringList{QStringLiteral("ann") + odd};
+    place.programDirectory = mRoot->filePath(directory);
+    for (const char *file : {"/a%1.prg", "/sub%1/a%1.prg", "/b%1.x.prg", "/c%1.zip", "/.d%1.prg"})
+        QVERIFY(WriteFile(mRoot->filePath(directory + QString::fromLatin1(file).replace(
+                                                          QLatin1String("%1"), odd)),
+                          "x"));
+    const std::vector<CheckShelf> shelves = Shelves({place, place});
+    const QString text = CheckReport::Text(shelves);
+    QCOMPARE(Unprintable(text.toUtf8()), QStringList());
+    const QByteArray json = CheckReport::Json(shelves);
+    QCOMPARE(Unprintable(json), QStringList());
+    // A reader gets them back.
+    const QJsonObject shelf =
+        Parse(json).value(QStringLiteral("shelves")).toArray().at(0).toObject();
+    QCOMPARE(shelf.value(QStringLiteral("users")).toArray().at(0).toString(), place.users.first());
+    QCOMPARE(shelf.value(QStringLiteral("programs"))
+                 .toObject()
+                 .value(QStringLiteral("directory"))
+                 .toString(),
+             *place.programDirectory);
+}
+
 void tst_CheckReport::printable_data()
 {
     QTest::addColumn<QString>("text");
@@ -296,6 +340,10 @@ void tst_CheckReport::printable_data()
                             << "\\x7f";
     QTest::newRow("high-control-code") << QStringLiteral("\u009B31m") << "\\x9b31m";
     QTest::newRow("text-direction") << QStringLiteral("\u202Egpj.exe") << "\\u202egpj.exe";
+    QTest::newRow("line-separators")
+        << QStringLiteral("a\u2028b\u2029c\u0085") << "a\\u2028b\\u2029c\\x85";
+    QTest::newRow("isolates-and-marks")
+        << QStringLiteral("\u2066a\u2069\u200E\u061C") << "\\u2066a\\u2069\\u200e\\u061c";
     QTest::newRow("half-a-pair") << QString(QChar(0xD83D)) + QLatin1Char('a') << "\uFFFDa";
     QTest::newRow("empty") << ""
                            << "";

@@ -5,6 +5,8 @@
 
 #include "CheckName.h"
 
+#include "AppPrintable.h"
+
 #include <QChar>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -187,6 +189,14 @@ QJsonObject JsonShelf(const CheckShelf &shelf)
             {QStringLiteral("listing"), listing}};
 }
 
+/// Whether a terminal shows the character, a Unicode code point, and does nothing else with it.
+bool IsShown(char32_t point)
+{
+    // Most are; asking Unicode about each takes its time.
+    const bool isAscii = point >= ' ' && point <= '~';
+    return isAscii || (QChar::isPrint(point) && !AppPrintable::IsUnprintable(point));
+}
+
 } // namespace
 
 QString CheckReport::Text(const std::vector<CheckShelf> &shelves)
@@ -214,23 +224,18 @@ QByteArray CheckReport::Json(const std::vector<CheckShelf> &shelves)
     const QJsonObject report{{QStringLiteral("version"), QStringLiteral(DISK_HUB_VERSION)},
                              {QStringLiteral("remarks"), qint64(NumRemarks(shelves))},
                              {QStringLiteral("shelves"), array}};
-    return QJsonDocument(report).toJson();
+    return AppPrintable::EscapedJson(QJsonDocument(report).toJson());
 }
 
 QString CheckReport::Printable(const QString &text)
 {
-    const auto isPlain = [](QChar c) {
-        // Most are; asking Unicode about each takes its time.
-        const bool isAscii = c >= QLatin1Char(' ') && c <= QLatin1Char('~');
-        return isAscii || c.isPrint();
-    };
-    if (std::all_of(text.begin(), text.end(), isPlain))
+    if (std::all_of(text.begin(), text.end(), [](QChar c) { return IsShown(c.unicode()); }))
         return text;
 
     QString printable;
     const QVector<uint> points = text.toUcs4();
     for (const uint point : points) {
-        if (QChar::isPrint(point))
+        if (IsShown(point))
             printable += QString::fromUcs4(reinterpret_cast<const char32_t *>(&point), 1);
         else if (point <= 0xFF)
             printable += QStringLiteral("\\x%1").arg(point, 2, 16, QLatin1Char('0'));

@@ -22,7 +22,8 @@ public:
     /// For people: tables of what is served, the remarks on each directory, the listing.
     static QString Text(const std::vector<CheckShelf> &shelves);
 
-    /// For programs: one JSON object (RFC 8259) and a line end.
+    /// For programs: one JSON object (RFC 8259) and a line end. What a terminal would act on stands
+    /// in its strings as an escape of JSON, "\u202e".
     static QByteArray Json(const std::vector<CheckShelf> &shelves);
 
     /// Characters that a terminal would act on, or not show, as "\x1B" or "\u202E".
