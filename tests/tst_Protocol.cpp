@@ -509,9 +509,7 @@ void tst_Protocol::replyHasTheHeaderShown()
     const RECEIVED received({Example("search-request")});
     QVERIFY(received.transaction->mValid);
     received.transaction->Reply(AppPackage());
-    QCOMPARE(received.socket->Writes().size(), 1);
-    QCOMPARE(received.socket->Writes().constFirst(),
-             Example("reply-header") + Example("empty-package"));
+    QCOMPARE(received.socket->Writes().join(), Example("reply-header") + Example("empty-package"));
 }
 
 void tst_Protocol::resultCodesAreThoseListed()
