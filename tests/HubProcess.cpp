@@ -74,6 +74,12 @@ QByteArray HubProcess::ServerSection(int more)
     return HubSettings::Loopback().replace("port=0", "port=" + QByteArray::number(mPort + more));
 }
 
+QByteArray HubProcess::Errors() const
+{
+    return ReadFile(ErrorsPath())
+        .replace("This plugin does not support propagateSizeHints()\n", QByteArray());
+}
+
 int HubProcess::Descriptors() const
 {
     return int(QDir(QStringLiteral("/proc/%1/fd").arg(Id()))
@@ -108,9 +114,14 @@ bool HubProcess::Run(const QStringList &command)
         environment.remove(QLatin1String(variable));
     mProcess.setProcessEnvironment(environment);
     mProcess.setWorkingDirectory(mHome.path());
-    mProcess.setStandardErrorFile(QProcess::nullDevice());
+    mProcess.setStandardErrorFile(ErrorsPath());
     mProcess.start(command.first(), command.mid(1));
     return mProcess.waitForStarted(TIMEOUT_MS);
+}
+
+QString HubProcess::ErrorsPath() const
+{
+    return mOutside.filePath(QStringLiteral("errors"));
 }
 
 bool HubProcess::Accepts() const

@@ -24,7 +24,7 @@ constexpr int DISKS_IN_A_PACKAGE = 19; ///< beside the manifest
 constexpr char UNTIL_INPUT_ENDS[] = "--until-input-ends";
 
 /// The program, listening on a free port of 127.0.0.1 with settings of its own, until it is killed.
-/// All directories that it may take for the user's own are one that goes with this object.
+/// Its user's home and everything in it is a temporary directory, which goes with this object.
 class HubProcess
 {
 public:
@@ -36,15 +36,15 @@ public:
     /// Starts the program and waits until it listens. `settings` are sections besides "[server]".
     bool Start(const QByteArray &settings, const QStringList &arguments = QStringList());
 
-    /// Runs a command that is or becomes the program, with the settings that there are, and waits
-    /// until it listens on the port of ServerSection.
+    /// Runs a command that is or becomes the program, without a change to its settings, and waits
+    /// until it listens on the port of ServerSection().
     bool StartAsItIs(const QStringList &command, const QStringList &arguments = QStringList());
 
     /// Runs the program in a child of this test until it has ended in good order. Returns its exit
     /// code, or -1 if it crashed.
     int RunUntilQuit(const QByteArray &settings);
 
-    /// The same with the settings that there are.
+    /// The same without a change to its settings.
     int RunAsItIsUntilQuit();
 
     /// The command that runs the program in a child of this test, which Quit() ends.
@@ -70,8 +70,13 @@ public:
     QByteArray Settings() const { return ReadFile(SettingsPath()); }
     bool WriteStore(const QByteArray &text) const { return WriteFile(SettingsPath(), text); }
 
-    /// The section "[server]" for a port that is free, which it names as that port and `more`.
+    /// The section "[server]" for a free port, which is Port() from then on. The number in the
+    /// section is greater by `more`.
     QByteArray ServerSection(int more = 0);
+
+    /// What the program has written on standard error since the last start, without what the
+    /// platform without a screen says of each window: that it has no use for size hints.
+    QByteArray Errors() const;
 
     /// How many files and sockets the program holds open.
     int Descriptors() const;
@@ -83,9 +88,11 @@ public:
 
 private:
     bool Run(const QStringList &command);
+    QString ErrorsPath() const;
     bool Accepts() const;
 
     const QTemporaryDir mHome;
+    const QTemporaryDir mOutside; ///< not the program's
     quint16 mPort = 0;
     QProcess mProcess;
 };

@@ -60,7 +60,7 @@ void UseAll(const HubProcess &hub)
 
 } // namespace
 
-/// What a hub leaves on the machine that it runs on: its settings and the media, nothing else.
+/// What a hub leaves on the machine that it runs on: its settings and the media, and no messages.
 class tst_GoodCitizen : public QObject
 {
     Q_OBJECT
@@ -68,6 +68,8 @@ class tst_GoodCitizen : public QObject
 private slots:
     void leavesNothingInItsHome_data();
     void leavesNothingInItsHome();
+    void writesNoErrors();
+    void errorsAreSeen();
     void changesNothingElsewhere_data();
     void changesNothingElsewhere();
     void changedPathsAreSeen_data();
@@ -112,6 +114,35 @@ void tst_GoodCitizen::leavesNothingInItsHome()
              QStringList{QStringLiteral("new.prg")});
     QCOMPARE(QDir(media.disks.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              (QStringList{QStringLiteral("new.d64"), QStringLiteral("odd.dxx")}));
+}
+
+void tst_GoodCitizen::writesNoErrors()
+{
+    const Media media;
+    HubProcess hub;
+    QVERIFY(hub.WriteStore(hub.ServerSection() + media.Section()));
+    QVERIFY(hub.StartAsItIs(HubProcess::Child()));
+    UseAll(hub);
+    QTcpSocket device;
+    hub.Connect(&device);
+    QVERIFY(device.waitForConnected(TIMEOUT_MS));
+    device.write(SearchRequest("*").chopped(1));
+    device.flush();
+    Reset(&device);
+    QVERIFY(hub.Ask(SearchRequest("*")).Package().valid);
+    QCOMPARE(hub.Quit(), EXIT_CODE);
+    QCOMPARE(hub.Errors(), QByteArray());
+}
+
+void tst_GoodCitizen::errorsAreSeen()
+{
+    HubProcess hub;
+    QVERIFY(hub.WriteStore(hub.ServerSection()));
+    QVERIFY(hub.StartAsItIs({QStringLiteral("sh"), QStringLiteral("-c"),
+                             QStringLiteral("echo gone >&2; exec \"$0\""),
+                             QStringLiteral(DISK_HUB_BINARY)}));
+    hub.Kill();
+    QCOMPARE(hub.Errors(), QByteArray("gone\n"));
 }
 
 void tst_GoodCitizen::changesNothingElsewhere_data()
