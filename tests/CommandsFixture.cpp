@@ -96,7 +96,7 @@ QString HostText(const QByteArray &name)
     return text;
 }
 
-void AddDirectoriesThatHoldNothing()
+void AddDirectoriesOfNothing()
 {
     QTest::addColumn<QString>("directory");
 

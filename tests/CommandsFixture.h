@@ -40,8 +40,8 @@ QStringList AsShown(const QStringList &lines);
 /// The text of a DOS name on the host.
 QString HostText(const QByteArray &name);
 
-/// Rows of a `directory` that holds nothing, relative to one in which MakeFullDirectory() was.
-void AddDirectoriesThatHoldNothing();
+/// Rows of a `directory` in which nothing is found, relative to that of MakeFullDirectory().
+void AddDirectoriesOfNothing();
 
 /// What tests of SEARCH, DOWNLOAD and UPLOAD have in common. They see them as the device does: they
 /// send requests to a running hub over loopback and take the replies apart byte by byte.
@@ -59,8 +59,8 @@ protected:
     QString Path(const QString &relative) const;
     QString Path(const char *relative) const { return Path(QString::fromUtf8(relative)); }
 
-    /// Makes the directory "full", which the rows of AddDirectoriesThatHoldNothing() need around
-    /// them. Returns its path, or null.
+    /// Makes the directory "full" with a file that is a disk and a program. Returns its path, or
+    /// null.
     QString MakeFullDirectory() const;
 
     static QStringList Received(const char *kind, const QString &name);

@@ -40,7 +40,7 @@ QStringList Snapshot(const QString &directory);
 /// subdirectories, in its order.
 QStringList IteratorOrder(const QString &directory);
 
-/// While it lives the working directory is another.
+/// While it lives, `path` is the working directory.
 class WorkingDirectory
 {
 public:
@@ -67,8 +67,8 @@ private:
     const bool mWasRoot;
 };
 
-/// While it lives this process cannot take much memory: who reads an endless device then ends
-/// instead of taking the host with it. Without effect under AddressSanitizer, which reserves more.
+/// While it lives, this process cannot take much memory: a reader of an endless device then fails
+/// before the machine runs out of it. Without effect under AddressSanitizer, which reserves more.
 class MemoryLimit
 {
 public:

@@ -37,7 +37,7 @@ private:
 
 void tst_CommandDirectories::searchOfMissingDirectoriesListsNothing_data()
 {
-    AddDirectoriesThatHoldNothing();
+    AddDirectoriesOfNothing();
 }
 
 void tst_CommandDirectories::searchOfMissingDirectoriesListsNothing()
@@ -63,7 +63,7 @@ void tst_CommandDirectories::searchOfMissingDirectoriesListsNothing()
 
 void tst_CommandDirectories::uploadIntoNoDirectoryFails_data()
 {
-    AddDirectoriesThatHoldNothing();
+    AddDirectoriesOfNothing();
 }
 
 void tst_CommandDirectories::uploadIntoNoDirectoryFails()

@@ -12,6 +12,31 @@
 namespace
 {
 
+QString DiskPath(const Media &media, int number)
+{
+    return media.disks.filePath(QStringLiteral("disk%1.d82").arg(number));
+}
+
+/// As many disks as a package takes, no two of them alike.
+bool WriteDisks(const Media &media)
+{
+    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i) {
+        if (!WriteFile(DiskPath(media, i), Image(D82_SIZE, unsigned(i))))
+            return false;
+    }
+    return true;
+}
+
+/// As many, of zeros.
+bool WriteSparseDisks(const Media &media)
+{
+    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i) {
+        if (!WriteSparseFile(DiskPath(media, i), D82_SIZE))
+            return false;
+    }
+    return true;
+}
+
 /// Runs curl; its output with the reply's head.
 QByteArray Curl(const QStringList &arguments)
 {
@@ -302,9 +327,7 @@ void tst_EndToEnd::argumentsAreNotRead()
 void tst_EndToEnd::fullPackageGoesBothWays()
 {
     const Media from;
-    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(WriteFile(from.disks.filePath(QStringLiteral("disk%1.d82").arg(i)),
-                          Image(D82_SIZE, unsigned(i))));
+    QVERIFY(WriteDisks(from));
     HubProcess sender;
     QVERIFY(sender.Start(from.Section()));
     const HubReply reply = sender.Ask(DownloadRequest("1", "*"));
@@ -339,9 +362,7 @@ void tst_EndToEnd::curlMovesAFullPackage()
     if (!HasCurl())
         QSKIP("no curl here");
     const Media from;
-    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(WriteFile(from.disks.filePath(QStringLiteral("disk%1.d82").arg(i)),
-                          Image(D82_SIZE, unsigned(i))));
+    QVERIFY(WriteDisks(from));
     HubProcess sender;
     QVERIFY(sender.Start(from.Section()));
     const HubReply reply{
@@ -369,9 +390,7 @@ void tst_EndToEnd::clientThatNeverReadsHoldsUpNobody()
 {
     const Media media;
     QVERIFY(WriteFile(media.Program("ghost.prg"), "\x01\x08ghost"));
-    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(
-            WriteSparseFile(media.disks.filePath(QStringLiteral("disk%1.d82").arg(i)), D82_SIZE));
+    QVERIFY(WriteSparseDisks(media));
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
 
@@ -396,9 +415,7 @@ void tst_EndToEnd::clientThatNeverReadsHoldsUpNobody()
 void tst_EndToEnd::clientThatReadsLateGetsItAll()
 {
     const Media media;
-    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(WriteFile(media.disks.filePath(QStringLiteral("disk%1.d82").arg(i)),
-                          Image(D82_SIZE, unsigned(i))));
+    QVERIFY(WriteDisks(media));
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
     const HubReply expected = hub.Ask(DownloadRequest("1", "*"));
@@ -440,9 +457,7 @@ void tst_EndToEnd::clientThatResetsHarmsNobody()
 
     const Media media;
     QVERIFY(WriteFile(media.Program("ghost.prg"), "\x01\x08ghost"));
-    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(
-            WriteSparseFile(media.disks.filePath(QStringLiteral("disk%1.d82").arg(i)), D82_SIZE));
+    QVERIFY(WriteSparseDisks(media));
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
     for (int i = 0; i < 5; ++i) {
