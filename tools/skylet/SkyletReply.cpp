@@ -182,14 +182,13 @@ SkyletReply SkyletReply::Parse(const QByteArray &bytes)
         return reply;
     }
 
-    // The body as it lies in `bytes`: Import copies what it keeps.
-    const QByteArray body =
+    const QByteArray body = // as it lies in `bytes`
         QByteArray::fromRawData(bytes.constData() + head.size, static_cast<int>(there));
     reply.detail.clear();
     reply.status = CheckPackage(body);
     if (reply.status == VALID) {
         reply.package = std::make_unique<AppPackage>();
-        const int imported = reply.package->Import(body);
+        const int imported = reply.package->Import(bytes, head.size, there);
         Q_ASSERT(imported == 0);
         Q_UNUSED(imported)
     }

@@ -53,7 +53,7 @@ public:
     /// Bytes of the whole reply, header and body, as far as its beginning tells; or UNKNOWN_SIZE.
     static qint64 AnnouncedSize(const QByteArray &bytes);
 
-    /// Reads a whole reply. Looks at the bytes and at nothing else.
+    /// Reads a whole reply. Looks at the bytes and at nothing else. The package shares them.
     static SkyletReply Parse(const QByteArray &bytes);
 
     SkyletReply();
