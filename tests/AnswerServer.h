@@ -75,6 +75,15 @@ private:
     QByteArray mReceived;
 };
 
+/// The bytes of a package.
+inline QByteArray Package(const QList<WireObject> &objects, int result = 0)
+{
+    WirePackage package;
+    package.result = result;
+    package.objects = objects;
+    return package.Bytes();
+}
+
 /// A reply as a hub sends it.
 inline QByteArray HubAnswer(const QByteArray &package)
 {

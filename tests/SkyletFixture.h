@@ -13,6 +13,24 @@
 #include <QProcess>
 #include <QTest>
 
+inline QString S(const char *text)
+{
+    return QString::fromUtf8(text);
+}
+
+/// The words of a line, with a blank between each.
+inline QStringList Words(const QString &line)
+{
+    return line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// The names of all that a directory holds.
+inline QStringList Names(const QString &directory)
+{
+    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                                     QDir::Name);
+}
+
 /// The hub's own program with empty directories of its own.
 class RunningHub
 {
@@ -29,7 +47,6 @@ public:
 
     QString Disk(const char *file) const { return mMedia.Disk(file); }
     QString Program(const char *file) const { return mMedia.Program(file); }
-    QDir Programs() const { return QDir(mMedia.programs.path()); }
 
 private:
     Media mMedia;

@@ -24,17 +24,6 @@ const char USERS[] = "[security]\nvalidate=true\n"
 
 const char PROGRAM[] = "\x01\x08\x0b\x08\x0a";
 
-QString S(const char *text)
-{
-    return QString::fromUtf8(text);
-}
-
-/// The words of a line, with a blank between each.
-QStringList Words(const QString &line)
-{
-    return line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 QByteArray Noise(int size)
 {
     return Image(size, static_cast<unsigned int>(size));
@@ -54,12 +43,6 @@ QByteArray RealImage(const QString &path, const QByteArray &content)
 SkyletRun Run(const RunningHub &hub, const QString &line, const QTemporaryDir &directory)
 {
     return RunSkylet(QStringList{S("--hub"), hub.Address()} + Words(line), directory.path());
-}
-
-/// The names of all that a directory holds.
-QStringList Names(const QDir &directory)
-{
-    return directory.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
 } // namespace
@@ -122,7 +105,7 @@ void tst_Skylet::searchShowsTheListing()
     const SkyletRun nothing = Run(hub, S("search nothing"), here);
     QCOMPARE(nothing.output, QByteArray("0 search results\n"));
     QCOMPARE(nothing.exitCode, 0);
-    QCOMPARE(Names(QDir(here.path())), QStringList());
+    QCOMPARE(Names(here.path()), QStringList());
 }
 
 void tst_Skylet::searchKeepsTheListing()
@@ -227,7 +210,7 @@ void tst_Skylet::getWithoutAMatchWritesNothing()
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.output, QByteArray());
     QCOMPARE(run.errors, QByteArray("skylet: no program fits \"hello\"\n"));
-    QCOMPARE(Names(QDir(here.path())), QStringList());
+    QCOMPARE(Names(here.path()), QStringList());
 }
 
 void tst_Skylet::getKeepsWhatExists()
@@ -245,7 +228,7 @@ void tst_Skylet::getKeepsWhatExists()
     QCOMPARE(ReadFile(path), QByteArray("mine"));
     QCOMPARE(Run(hub, S("get hello --force"), here).exitCode, 0);
     QCOMPARE(ReadFile(path), QByteArray(PROGRAM));
-    QCOMPARE(Names(QDir(here.path())), QStringList{S("hello.prg")});
+    QCOMPARE(Names(here.path()), QStringList{S("hello.prg")});
 }
 
 void tst_Skylet::imagesComeBackAsTheyWere_data()
@@ -287,7 +270,7 @@ void tst_Skylet::imagesComeBackAsTheyWere()
     QCOMPARE(disks.errors, QByteArray());
     QCOMPARE(disks.exitCode, 0);
     QVERIFY(ReadFile(here.filePath(S("back/") + name)) == image);
-    QCOMPARE(Names(QDir(here.filePath(S("back")))), QStringList{name});
+    QCOMPARE(Names(here.filePath(S("back"))), QStringList{name});
 }
 
 void tst_Skylet::disksShowsTheManifest()
@@ -339,9 +322,9 @@ void tst_Skylet::disksOfOneNameGetNumbers()
     QVERIFY(WriteFile(hub.Disk("b/games.d64"), QByteArray(D64_SIZE, 'b')));
 
     QCOMPARE(Run(hub, S("disks games"), here).exitCode, 0);
-    QCOMPARE(Names(QDir(here.path())), QStringList({S("games-2.d64"), S("games.d64")}));
+    QCOMPARE(Names(here.path()), QStringList({S("games-2.d64"), S("games.d64")}));
     QSet<char> contents;
-    for (const QString &name : Names(QDir(here.path())))
+    for (const QString &name : Names(here.path()))
         contents.insert(ReadFile(here.filePath(name)).at(0));
     QCOMPARE(contents, QSet<char>({'a', 'b'}));
 }
@@ -359,7 +342,7 @@ void tst_Skylet::disksThatDoNotFitAreNamed()
     const SkyletRun run = Run(hub, S("disks * --json"), here);
     QCOMPARE(run.exitCode, 1);
     QStringList names;
-    for (const QString &file : Names(QDir(here.path())))
+    for (const QString &file : Names(here.path()))
         names.append(QFileInfo(file).baseName());
     QCOMPARE(names.size(), 19);
     const QJsonArray missing = run.Json().value(S("missing")).toArray();
@@ -383,7 +366,7 @@ void tst_Skylet::disksWithoutAMatch()
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(run.output, QByteArray("0 sent disk(s)\n"));
     QCOMPARE(run.errors, QByteArray("skylet: no disk fits \"games\"\n"));
-    QCOMPARE(Names(QDir(here.path())), QStringList());
+    QCOMPARE(Names(here.path()), QStringList());
 }
 
 void tst_Skylet::putFillsPackages()
@@ -475,7 +458,7 @@ void tst_Skylet::putTakesAName()
     QVERIFY(WriteFile(here.filePath(S("hello.prg")), PROGRAM));
     QCOMPARE(Run(hub, S("put hello.prg --as Other"), here).output,
              QByteArray("hello.prg: sent as \"Other\"\n"));
-    QCOMPARE(Names(hub.Programs()), QStringList{S("Other.prg")});
+    QCOMPARE(Names(hub.Program("")), QStringList{S("Other.prg")});
 }
 
 void tst_Skylet::putSendsNothingIfAFileIsWrong()
@@ -490,7 +473,7 @@ void tst_Skylet::putSendsNothingIfAFileIsWrong()
     QCOMPARE(run.errors, QByteArray("skylet: notes.txt is neither a program (.prg) nor, with 5 "
                                     "bytes, a disk image\n"
                                     "skylet: missing.d64 cannot be read\n"));
-    QCOMPARE(Names(hub.Programs()), QStringList());
+    QCOMPARE(Names(hub.Program("")), QStringList());
 }
 
 void tst_Skylet::namesOfEveryKindComeBack_data()
@@ -513,7 +496,7 @@ void tst_Skylet::namesOfEveryKindComeBack()
     const QTemporaryDir here;
     QVERIFY(WriteFile(here.filePath(S("x.prg")), PROGRAM));
     QCOMPARE(Run(hub, S("put x.prg --as ") + name, here).exitCode, 0);
-    QCOMPARE(Names(hub.Programs()), QStringList{name + S(".prg")});
+    QCOMPARE(Names(hub.Program("")), QStringList{name + S(".prg")});
 
     const SkyletRun get = Run(hub, S("get ") + name, here);
     QCOMPARE(get.errors, QByteArray());
@@ -583,7 +566,7 @@ void tst_Skylet::readersMayNotPut()
     const SkyletRun run = Run(hub, S("--user reader --password abc put hello.prg"), here);
     QCOMPARE(run.exitCode, 7);
     QVERIFY(run.errors.contains(": the hub lets this user read only\n"));
-    QCOMPARE(Names(hub.Programs()), QStringList());
+    QCOMPARE(Names(hub.Program("")), QStringList());
     QCOMPARE(Run(hub, S("--user reader --password abc search"), here).exitCode, 0);
 }
 
@@ -643,7 +626,7 @@ void tst_Skylet::benchOfAllCommands()
     QVERIFY(latency.value(S("max")).toDouble() >= latency.value(S("p99")).toDouble());
     QVERIFY(ReadFile(hub.Disk("new.d64")) == Noise(D64_SIZE));
     QCOMPARE(ReadFile(hub.Program("new.prg")), QByteArray(PROGRAM));
-    QCOMPARE(Names(QDir(here.path())), QStringList({S("new.d64"), S("new.prg")}));
+    QCOMPARE(Names(here.path()), QStringList({S("new.d64"), S("new.prg")}));
 }
 
 void tst_Skylet::benchOfAsManyRequestsAsWanted_data()
@@ -662,7 +645,7 @@ void tst_Skylet::benchOfAsManyRequestsAsWanted()
     QFETCH(int, clients);
     QFETCH(int, requests);
 
-    AnswerServer server({HubAnswer(WirePackage().Bytes())});
+    AnswerServer server({HubAnswer(Package({}))});
     const SkyletRun run =
         RunSkylet({S("--hub"), server.Address(), S("bench"), S("ping"), S("--clients"),
                    QString::number(clients), S("--requests"), QString::number(requests)});

@@ -16,23 +16,9 @@ namespace
 
 constexpr int LONGER_THAN_THE_PROGRESS_WAITS_MS = 2500;
 
-QString S(const char *text)
-{
-    return QString::fromUtf8(text);
-}
-
 QStringList Line(const QTcpServer &server, const char *line)
 {
-    return QStringList{S("--hub"), S("127.0.0.1:%1").arg(server.serverPort())} +
-           S(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
-QByteArray Package(const QList<WireObject> &objects, int result = 0)
-{
-    WirePackage package;
-    package.result = result;
-    package.objects = objects;
-    return package.Bytes();
+    return QStringList{S("--hub"), S("127.0.0.1:%1").arg(server.serverPort())} + Words(S(line));
 }
 
 /// The reply to a SEARCH that finds nothing.
@@ -44,12 +30,6 @@ QByteArray EmptyListing()
 WireObject Manifest(const QByteArray &entries)
 {
     return ProgramObject("manifest", Listing("SENT DISK(S)", entries));
-}
-
-QStringList Names(const QTemporaryDir &directory)
-{
-    return QDir(directory.path())
-        .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
 /// Runs skylet on a pseudo-terminal of its own, with its input and both outputs there.
@@ -190,7 +170,7 @@ void tst_SkyletAnswers::wrongAnswersAreTold()
         QCOMPARE(run.exitCode, exitCode);
         QCOMPARE(run.errors.left(line.size()), line);
         QCOMPARE(run.output, QByteArray());
-        QCOMPARE(Names(here), QStringList{S("x.prg")});
+        QCOMPARE(Names(here.path()), QStringList{S("x.prg")});
     }
 }
 
@@ -221,7 +201,7 @@ void tst_SkyletAnswers::wrongListingsAreTold()
     QCOMPARE(run.errors,
              "skylet: " + server.Address().toUtf8() + ": the answer carries no whole listing\n");
     QCOMPARE(run.output, output);
-    QCOMPARE(Names(here), QStringList());
+    QCOMPARE(Names(here.path()), QStringList());
 }
 
 void tst_SkyletAnswers::pingGivesAdvice_data()
@@ -333,7 +313,7 @@ void tst_SkyletAnswers::manifestMayListWhatDidNotCome()
                                     "skylet: listed, but not sent: \"more\" d64\n"
                                     "skylet: an answer carries 19 disks at most; a narrower "
                                     "pattern fetches them\n"));
-    QCOMPARE(Names(here), QStringList{S("games.d64")});
+    QCOMPARE(Names(here.path()), QStringList{S("games.d64")});
 }
 
 void tst_SkyletAnswers::nulInANameIsNotMissed()
@@ -346,7 +326,7 @@ void tst_SkyletAnswers::nulInANameIsNotMissed()
     const SkyletRun run = RunSkylet(Line(server, "disks x"), here.path());
     QCOMPARE(run.errors, QByteArray());
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(Names(here), QStringList{S("ga_es.d64")});
+    QCOMPARE(Names(here.path()), QStringList{S("ga_es.d64")});
 }
 
 void tst_SkyletAnswers::namesStayInTheirDirectory()
@@ -474,7 +454,7 @@ void tst_SkyletAnswers::directoryThatCannotBeMadeIsTold()
     AnswerServer disks({HubAnswer(
         Package({Manifest(ListingEntry("D", "D64")), Disk("d", Image(D64_SIZE, 1), 0, false)}))});
     QCOMPARE(RunSkylet(Line(disks, "disks x -o file"), here.path()).exitCode, 11);
-    QCOMPARE(Names(here), QStringList{S("file")});
+    QCOMPARE(Names(here.path()), QStringList{S("file")});
 }
 
 void tst_SkyletAnswers::putStopsWhenNoAnswerComes()
@@ -509,7 +489,7 @@ void tst_SkyletAnswers::usageErrors()
     QFETCH(QString, line);
     QFETCH(QByteArray, error);
 
-    const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList words = Words(line);
     const SkyletRun run = RunSkylet(words);
     QCOMPARE(run.exitCode, 2);
     QCOMPARE(run.output, QByteArray());
@@ -540,8 +520,7 @@ void tst_SkyletAnswers::jsonOfEveryFailure()
     AnswerServer server({});
     const QTemporaryDir here;
     QVERIFY(WriteFile(here.filePath(S("x.prg")), "x"));
-    const SkyletRun run =
-        RunSkylet(Line(server, "--json ") + line.split(QLatin1Char(' ')), here.path());
+    const SkyletRun run = RunSkylet(Line(server, "--json ") + Words(line), here.path());
     QCOMPARE(run.exitCode, 4);
     const QJsonObject json = run.Json();
     QCOMPARE(json.value(S("command")).toString(), QLatin1String(QTest::currentDataTag()));
@@ -640,7 +619,7 @@ void tst_SkyletAnswers::signalsLeaveNoFile()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 130);
     QVERIFY(process.readAllStandardError().endsWith(": interrupted\n"));
-    QCOMPARE(Names(here), QStringList());
+    QCOMPARE(Names(here.path()), QStringList());
 }
 
 void tst_SkyletAnswers::signalEndsABenchWithItsFigures()

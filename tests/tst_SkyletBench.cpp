@@ -74,7 +74,7 @@ void tst_SkyletBench::noFiguresAreNought()
 
 void tst_SkyletBench::requestsAreTakenInTurn()
 {
-    AnswerServer server({HubAnswer(WirePackage().Bytes())});
+    AnswerServer server({HubAnswer(Package({}))});
     SkyletAddress address;
     QCOMPARE(SkyletAddress::FromString(server.Address(), &address), 0);
     SkyletBench::LOAD load;
@@ -89,7 +89,7 @@ void tst_SkyletBench::requestsAreTakenInTurn()
     QCOMPARE(figures.sorted.size(), 7);
     QVERIFY(std::is_sorted(figures.sorted.begin(), figures.sorted.end()));
     QCOMPARE(figures.sent, qint64(7));
-    QCOMPARE(figures.received, qint64(7 * HubAnswer(WirePackage().Bytes()).size()));
+    QCOMPARE(figures.received, qint64(7 * HubAnswer(Package({})).size()));
     QCOMPARE(figures.exitCode, SkyletExit::SUCCESS);
 }
 
@@ -125,7 +125,7 @@ void tst_SkyletBench::connectionsAreAtTheSameTime()
         sockets.append(server.nextPendingConnection());
         for (QTcpSocket *socket : std::as_const(sockets)) {
             if (sockets.size() == CLIENTS) {
-                socket->write(HubAnswer(WirePackage().Bytes()));
+                socket->write(HubAnswer(Package({})));
                 socket->disconnectFromHost();
             }
         }

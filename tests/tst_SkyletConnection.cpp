@@ -46,7 +46,7 @@ public:
 
 QByteArray EmptyAnswer()
 {
-    return HubAnswer(WirePackage().Bytes());
+    return HubAnswer(Package({}));
 }
 
 } // namespace
@@ -332,9 +332,7 @@ void tst_SkyletConnection::resultsAreNamed()
     QFETCH(int, result);
     QFETCH(QString, word);
 
-    WirePackage package;
-    package.result = result;
-    AnswerServer server({HubAnswer(package.Bytes())});
+    AnswerServer server({HubAnswer(Package({}, result))});
     SkyletConnection connection(Address(server.serverPort()), LONG_MS);
     connection.Send("request");
     QTRY_COMPARE(connection.State(), SkyletConnection::FINISHED);

@@ -3,21 +3,10 @@
 
 #include "HostFiles.h"
 #include "SkyletFiles.h"
+#include "SkyletNames.h"
 
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace
-{
-
-AppDosName DosName(const QString &text)
-{
-    AppDosName name;
-    name.FromString(text, true);
-    return name;
-}
-
-} // namespace
 
 class tst_SkyletFiles : public QObject
 {

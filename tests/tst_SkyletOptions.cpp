@@ -52,8 +52,10 @@ private slots:
     void missingPasswordFileIsNamed();
     void loadOfABench_data();
     void loadOfABench();
-    void wrongLinesAreRefused_data();
-    void wrongLinesAreRefused();
+    void wrongCommandsAreRefused_data();
+    void wrongCommandsAreRefused();
+    void wrongOptionsAreRefused_data();
+    void wrongOptionsAreRefused();
     void helpAndVersionNeedNothingElse_data();
     void helpAndVersionNeedNothingElse();
     void jsonIsKnownEvenWhenTheLineIsWrong();
@@ -251,7 +253,7 @@ void tst_SkyletOptions::loadOfABench()
     QCOMPARE(texts, load);
 }
 
-void tst_SkyletOptions::wrongLinesAreRefused_data()
+void tst_SkyletOptions::wrongCommandsAreRefused_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("error");
@@ -260,16 +262,6 @@ void tst_SkyletOptions::wrongLinesAreRefused_data()
                                 << "a command is missing: search, get, disks, put, ping or bench";
     QTest::newRow("unknown-command") << "--hub h serch"
                                      << "\"serch\" is no command";
-    QTest::newRow("unknown-option") << "--hub h --nope ping"
-                                    << "Unknown option 'nope'.";
-    QTest::newRow("value-missing") << "ping --hub"
-                                   << "Missing value after '--hub'.";
-    QTest::newRow("no-hub") << "ping"
-                            << "no hub is named; say --hub HOST[:PORT], or set SKYLET_HUB";
-    QTest::newRow("empty-hub") << "--hub= ping"
-                               << "no hub is named; say --hub HOST[:PORT], or set SKYLET_HUB";
-    QTest::newRow("bad-hub") << "--hub h:x ping"
-                             << "\"h:x\" is no HOST[:PORT]";
     QTest::newRow("get-what") << "--hub h get"
                               << "get needs to know what";
     QTest::newRow("disks-what") << "--hub h disks"
@@ -287,6 +279,40 @@ void tst_SkyletOptions::wrongLinesAreRefused_data()
     QTest::newRow("ping-too-much")
         << "--hub h ping a"
         << "ping takes no \"a\"; quote patterns, or the shell replaces them";
+    QTest::newRow("bench-of-bench") << "--hub h bench bench ping"
+                                    << "a bench of a bench makes no sense";
+    QTest::newRow("bench-of-unknown") << "--hub h bench ping , foo"
+                                      << "\"foo\" is no command";
+    QTest::newRow("bench-of-get-what") << "--hub h bench get , ping"
+                                       << "get needs to know what";
+    QTest::newRow("bench-of-a-comma") << "--hub h bench ,"
+                                      << "\",\" is no command";
+}
+
+void tst_SkyletOptions::wrongCommandsAreRefused()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, error);
+
+    SkyletOptions options;
+    QCOMPARE(Parse(line, &options), error);
+}
+
+void tst_SkyletOptions::wrongOptionsAreRefused_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("unknown-option") << "--hub h --nope ping"
+                                    << "Unknown option 'nope'.";
+    QTest::newRow("value-missing") << "ping --hub"
+                                   << "Missing value after '--hub'.";
+    QTest::newRow("no-hub") << "ping"
+                            << "no hub is named; say --hub HOST[:PORT], or set SKYLET_HUB";
+    QTest::newRow("empty-hub") << "--hub= ping"
+                               << "no hub is named; say --hub HOST[:PORT], or set SKYLET_HUB";
+    QTest::newRow("bad-hub") << "--hub h:x ping"
+                             << "\"h:x\" is no HOST[:PORT]";
     QTest::newRow("force-of-put") << "--hub h put a.prg --force"
                                   << "put takes no --force";
     QTest::newRow("output-of-search") << "--hub h search -o x"
@@ -324,23 +350,11 @@ void tst_SkyletOptions::wrongLinesAreRefused_data()
                                << "--clients takes a number from 1 to 10000";
     QTest::newRow("requests-too-many") << "--hub h --requests 100000001 bench ping"
                                        << "--requests takes a number from 1 to 100000000";
-    QTest::newRow("bench-of-bench") << "--hub h bench bench ping"
-                                    << "a bench of a bench makes no sense";
-    QTest::newRow("bench-of-unknown") << "--hub h bench ping , foo"
-                                      << "\"foo\" is no command";
-    QTest::newRow("bench-of-get-what") << "--hub h bench get , ping"
-                                       << "get needs to know what";
-    QTest::newRow("bench-of-a-comma") << "--hub h bench ,"
-                                      << "\",\" is no command";
 }
 
-void tst_SkyletOptions::wrongLinesAreRefused()
+void tst_SkyletOptions::wrongOptionsAreRefused()
 {
-    QFETCH(QString, line);
-    QFETCH(QString, error);
-
-    SkyletOptions options;
-    QCOMPARE(Parse(line, &options), error);
+    wrongCommandsAreRefused();
 }
 
 void tst_SkyletOptions::helpAndVersionNeedNothingElse_data()

@@ -1,27 +1,14 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
+#include "AnswerServer.h"
 #include "AppPackage.h"
 #include "SkyletReply.h"
-#include "Wire.h"
 
 #include <QTest>
 
 namespace
 {
-
-constexpr int D64_SIZE = 174848;
-
-const char HEAD[] = "HTTP/1.1 200 Ok\r\n"
-                    "Content-Type: application/octet-stream\r\n"
-                    "Content-Transfer-Encoding: binary\r\n"
-                    "Content-Length: ";
-
-/// A reply as a hub sends it.
-QByteArray Reply(const QByteArray &body)
-{
-    return HEAD + QByteArray::number(body.size()) + "\r\n\r\n" + body;
-}
 
 WireObject Program()
 {
@@ -31,14 +18,6 @@ WireObject Program()
 WireObject Disk(int type)
 {
     return {WireObject::DISK, false, PetsciiName("games"), QByteArray(D64_SIZE, 'd'), type};
-}
-
-QByteArray Package(const QList<WireObject> &objects, int result = 0)
-{
-    WirePackage package;
-    package.result = result;
-    package.objects = objects;
-    return package.Bytes();
 }
 
 /// A package whose bytes at `offset` were replaced.
@@ -69,6 +48,8 @@ private slots:
     void headsAreTold();
     void packagesAreTold_data();
     void packagesAreTold();
+    void disksAreTold_data();
+    void disksAreTold();
     void everyCutIsNoticed();
     void everyCutOfADiskIsNoticed();
     void oneByteMoreIsNoticed();
@@ -83,7 +64,7 @@ private slots:
 
 void tst_SkyletReply::emptyPackageIsRead()
 {
-    const SkyletReply reply = SkyletReply::Parse(Reply(Package({})));
+    const SkyletReply reply = SkyletReply::Parse(HubAnswer(Package({})));
     QCOMPARE(reply.status, SkyletReply::VALID);
     QCOMPARE(reply.package->result, qint32(AppPackage::RESULT_OK));
     QCOMPARE(reply.package->NumDisks(), 0);
@@ -92,7 +73,7 @@ void tst_SkyletReply::emptyPackageIsRead()
 
 void tst_SkyletReply::programAndDisksAreRead()
 {
-    const SkyletReply reply = SkyletReply::Parse(Reply(Package({Program(), Disk(0), Disk(4)})));
+    const SkyletReply reply = SkyletReply::Parse(HubAnswer(Package({Program(), Disk(0), Disk(4)})));
     QCOMPARE(reply.status, SkyletReply::VALID);
     QCOMPARE(reply.package->Program().data, Program().data);
     QCOMPARE(QByteArray(reply.package->Program().name.Bytes(), AppDosName::SIZE), Program().name);
@@ -106,7 +87,7 @@ void tst_SkyletReply::fullPackageIsRead()
     QList<WireObject> objects{Program()};
     while (objects.size() < 20)
         objects.append(Disk(1));
-    const SkyletReply reply = SkyletReply::Parse(Reply(Package(objects)));
+    const SkyletReply reply = SkyletReply::Parse(HubAnswer(Package(objects)));
     QCOMPARE(reply.status, SkyletReply::VALID);
     QCOMPARE(reply.package->NumDisks(), 19);
 }
@@ -125,7 +106,7 @@ void tst_SkyletReply::resultIsSigned()
 {
     QFETCH(int, result);
 
-    const SkyletReply reply = SkyletReply::Parse(Reply(Package({}, result)));
+    const SkyletReply reply = SkyletReply::Parse(HubAnswer(Package({}, result)));
     QCOMPARE(reply.status, SkyletReply::VALID);
     QCOMPARE(reply.package->result, result);
 }
@@ -204,8 +185,6 @@ void tst_SkyletReply::packagesAreTold_data()
 
     const QByteArray empty = Package({});
     const QByteArray program = Package({Program()});
-    const QByteArray disk = Package({Disk(0)});
-    constexpr int block = 496;
 
     QTest::newRow("no-body") << QByteArray() << int(SkyletReply::NO_PACKAGE);
     QTest::newRow("one-byte-short") << empty.left(495) << int(SkyletReply::NO_PACKAGE);
@@ -244,8 +223,28 @@ void tst_SkyletReply::packagesAreTold_data()
         << int(SkyletReply::BAD_SIZES);
     QTest::newRow("reserved-bytes-are-not-looked-at")
         << Changed(program, 12, "FFFFFFFF") << int(SkyletReply::VALID);
+}
+
+void tst_SkyletReply::packagesAreTold()
+{
+    QFETCH(QByteArray, package);
+    QFETCH(int, status);
+
+    const SkyletReply reply = SkyletReply::Parse(HubAnswer(package));
+    QCOMPARE(int(reply.status), status);
+    QCOMPARE(reply.package != nullptr, status == SkyletReply::VALID);
+}
+
+void tst_SkyletReply::disksAreTold_data()
+{
+    QTest::addColumn<QByteArray>("package");
+    QTest::addColumn<int>("status");
+
+    const QByteArray disk = Package({Disk(0)});
+    constexpr int block = 496; // where the disk's header begins
+
     QTest::newRow("disk-without-its-header")
-        << Changed(program, 16, "01") << int(SkyletReply::BAD_DISK_HEADER);
+        << Changed(Package({Program()}), 16, "01") << int(SkyletReply::BAD_DISK_HEADER);
     QTest::newRow("disk-magic-wrong")
         << Changed(disk, block, "00") << int(SkyletReply::BAD_DISK_HEADER);
     QTest::newRow("disk-type-4") << Changed(disk, block + 12, "04") << int(SkyletReply::VALID);
@@ -268,19 +267,14 @@ void tst_SkyletReply::packagesAreTold_data()
         << int(SkyletReply::BAD_DISK_HEADER);
 }
 
-void tst_SkyletReply::packagesAreTold()
+void tst_SkyletReply::disksAreTold()
 {
-    QFETCH(QByteArray, package);
-    QFETCH(int, status);
-
-    const SkyletReply reply = SkyletReply::Parse(Reply(package));
-    QCOMPARE(int(reply.status), status);
-    QCOMPARE(reply.package != nullptr, status == SkyletReply::VALID);
+    packagesAreTold();
 }
 
 void tst_SkyletReply::everyCutIsNoticed()
 {
-    const QByteArray reply = Reply(Package({Program()}));
+    const QByteArray reply = HubAnswer(Package({Program()}));
     const auto headSize = reply.indexOf("\r\n\r\n") + 4;
     QCOMPARE(Status(reply.left(0)), SkyletReply::EMPTY);
     for (int size = 1; size < headSize; ++size)
@@ -295,27 +289,27 @@ void tst_SkyletReply::everyCutOfADiskIsNoticed()
     // The announced length follows the cut here, so that the package itself is what is too short.
     const QByteArray package = Package({Disk(0)});
     for (int size = 496; size < package.size(); size += 997)
-        QCOMPARE(Status(Reply(package.left(size))), SkyletReply::BAD_SIZES);
+        QCOMPARE(Status(HubAnswer(package.left(size))), SkyletReply::BAD_SIZES);
     for (int size = 496; size < 496 + 4096; size += 61) {
         QByteArray cut = package.left(size);
         const QByteArray left = QByteArray::number(size - 496, 16).rightJustified(4, '0');
         const QByteArray littleEndian = left.mid(2) + left.left(2) + "0000";
         cut = Changed(Changed(cut, 8, littleEndian.constData()), 20, littleEndian.constData());
-        QCOMPARE(Status(Reply(cut)), SkyletReply::BAD_DISK_HEADER);
+        QCOMPARE(Status(HubAnswer(cut)), SkyletReply::BAD_DISK_HEADER);
     }
 }
 
 void tst_SkyletReply::oneByteMoreIsNoticed()
 {
-    QCOMPARE(Status(Reply(Package({Program()})) + '\0'), SkyletReply::BODY_LONG);
-    QCOMPARE(Status(Reply(Package({Program()}) + '\0')), SkyletReply::BAD_SIZES);
+    QCOMPARE(Status(HubAnswer(Package({Program()})) + '\0'), SkyletReply::BODY_LONG);
+    QCOMPARE(Status(HubAnswer(Package({Program()}) + '\0')), SkyletReply::BAD_SIZES);
 }
 
 void tst_SkyletReply::noChangeOfOneByteIsMisread()
 {
     // Whatever byte is wrong: the reply is refused, or its objects are those that were sent but for
     // that byte.
-    const QByteArray reply = Reply(Package({Program()}));
+    const QByteArray reply = HubAnswer(Package({Program()}));
     for (int i = 0; i < reply.size(); ++i) {
         for (const char change : {'\x01', '\x80', '\xff'}) {
             QByteArray changed = reply;

@@ -4,6 +4,7 @@
 #include "AppDeviceTransaction.h"
 #include "AppPackage.h"
 #include "SegmentSocket.h"
+#include "SkyletNames.h"
 #include "SkyletRequest.h"
 
 #include <QFile>
@@ -57,18 +58,6 @@ std::unique_ptr<AppDeviceTransaction> Receive(const SkyletRequest &request)
     auto transaction = std::make_unique<AppDeviceTransaction>(socket);
     socket->setParent(transaction.get());
     return transaction;
-}
-
-AppDosName DosName(const QString &text)
-{
-    AppDosName name;
-    name.FromString(text, true);
-    return name;
-}
-
-QByteArray Field(const AppDosName &name)
-{
-    return QByteArray(name.Bytes(), AppDosName::SIZE);
 }
 
 SkyletRequest Upload(const SkyletIdentity &identity, const QByteArray &package)

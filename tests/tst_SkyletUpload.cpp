@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "HostFiles.h"
+#include "SkyletNames.h"
 #include "SkyletUpload.h"
 #include "Wire.h"
 
@@ -31,11 +32,6 @@ OBJECTS Objects(int programs, int disks)
     for (int i = 0; i < programs; ++i)
         objects.append(Object(true, 1000 + i));
     return objects;
-}
-
-QByteArray Field(const AppDosName &name)
-{
-    return QByteArray(name.Bytes(), AppDosName::SIZE);
 }
 
 } // namespace

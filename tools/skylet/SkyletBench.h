@@ -17,6 +17,9 @@ class SkyletInterrupt;
 
 /// A load on a hub: a number of clients, each of which sends request after request, every one on a
 /// connection of its own.
+///
+/// It checks each answer as a device would have to. bench/floors/client.c, the other one of the
+/// tree, does not, so that comparing the hub with bare servers measures them and not the client.
 class SkyletBench : public QObject
 {
     Q_OBJECT
