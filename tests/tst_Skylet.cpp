@@ -74,15 +74,15 @@ private slots:
     void putSendsNothingIfAFileIsWrong();
     void namesOfEveryKindComeBack_data();
     void namesOfEveryKindComeBack();
-    void writeErrorsAreTold();
-    void usersAreTold_data();
-    void usersAreTold();
+    void writeErrorsAreReported();
+    void refusedUsersAreReported_data();
+    void refusedUsersAreReported();
     void readersMayNotPut();
     void pingOfAHub();
     void remarksOnPatterns();
     void benchOfAllCommands();
-    void benchOfAsManyRequestsAsWanted_data();
-    void benchOfAsManyRequestsAsWanted();
+    void benchSendsAsManyRequestsAsAsked_data();
+    void benchSendsAsManyRequestsAsAsked();
     void benchCountsFailures();
 };
 
@@ -505,7 +505,7 @@ void tst_Skylet::namesOfEveryKindComeBack()
     QVERIFY(Run(hub, S("search"), here).output.contains("\"" + name.toUtf8() + "\" "));
 }
 
-void tst_Skylet::writeErrorsAreTold()
+void tst_Skylet::writeErrorsAreReported()
 {
     RunningHub hub;
     QVERIFY(hub.Start());
@@ -519,7 +519,7 @@ void tst_Skylet::writeErrorsAreTold()
                              "skylet: hello.prg: not stored as \"hello\"\n");
 }
 
-void tst_Skylet::usersAreTold_data()
+void tst_Skylet::refusedUsersAreReported_data()
 {
     QTest::addColumn<QString>("options");
     QTest::addColumn<int>("exitCode");
@@ -535,7 +535,7 @@ void tst_Skylet::usersAreTold_data()
     QTest::newRow("new-user-without-password") << "--user new" << 0;
 }
 
-void tst_Skylet::usersAreTold()
+void tst_Skylet::refusedUsersAreReported()
 {
     QFETCH(QString, options);
     QFETCH(int, exitCode);
@@ -629,7 +629,7 @@ void tst_Skylet::benchOfAllCommands()
     QCOMPARE(Names(here.path()), QStringList({S("new.d64"), S("new.prg")}));
 }
 
-void tst_Skylet::benchOfAsManyRequestsAsWanted_data()
+void tst_Skylet::benchSendsAsManyRequestsAsAsked_data()
 {
     QTest::addColumn<int>("clients");
     QTest::addColumn<int>("requests");
@@ -640,7 +640,7 @@ void tst_Skylet::benchOfAsManyRequestsAsWanted_data()
     QTest::newRow("many-clients") << 200 << 400;
 }
 
-void tst_Skylet::benchOfAsManyRequestsAsWanted()
+void tst_Skylet::benchSendsAsManyRequestsAsAsked()
 {
     QFETCH(int, clients);
     QFETCH(int, requests);

@@ -67,10 +67,10 @@ class tst_SkyletAnswers : public QObject
     Q_OBJECT
 
 private slots:
-    void wrongAnswersAreTold_data();
-    void wrongAnswersAreTold();
-    void wrongListingsAreTold_data();
-    void wrongListingsAreTold();
+    void wrongAnswersAreReported_data();
+    void wrongAnswersAreReported();
+    void wrongListingsAreReported_data();
+    void wrongListingsAreReported();
     void pingGivesAdvice_data();
     void pingGivesAdvice();
     void pingOfARefusedConnection();
@@ -86,7 +86,7 @@ private slots:
     void everyFieldOfAnAnswerIsEscaped();
     void lengthIsShownEscaped();
     void nameOfAFileIsShownEscaped();
-    void directoryThatCannotBeMadeIsTold();
+    void directoryThatCannotBeMadeIsReported();
     void putStopsWhenNoAnswerComes();
     void usageErrors_data();
     void usageErrors();
@@ -96,7 +96,7 @@ private slots:
     void pipeGetsPlainText();
     void terminalGetsReverseVideo();
     void progressIsForTerminals();
-    void fullOutputIsTold();
+    void fullOutputIsReported();
     void signalsLeaveNoFile_data();
     void signalsLeaveNoFile();
     void signalEndsABenchWithItsFigures();
@@ -106,7 +106,7 @@ private slots:
     void needsNoGui();
 };
 
-void tst_SkyletAnswers::wrongAnswersAreTold_data()
+void tst_SkyletAnswers::wrongAnswersAreReported_data()
 {
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<int>("exitCode");
@@ -155,7 +155,7 @@ void tst_SkyletAnswers::wrongAnswersAreTold_data()
               "the hub sends another result code: 5");
 }
 
-void tst_SkyletAnswers::wrongAnswersAreTold()
+void tst_SkyletAnswers::wrongAnswersAreReported()
 {
     QFETCH(QByteArray, answer);
     QFETCH(int, exitCode);
@@ -174,7 +174,7 @@ void tst_SkyletAnswers::wrongAnswersAreTold()
     }
 }
 
-void tst_SkyletAnswers::wrongListingsAreTold_data()
+void tst_SkyletAnswers::wrongListingsAreReported_data()
 {
     QTest::addColumn<QByteArray>("package");
     QTest::addColumn<QByteArray>("output");
@@ -189,7 +189,7 @@ void tst_SkyletAnswers::wrongListingsAreTold_data()
                                                   "0   \"a\"                 d64\n");
 }
 
-void tst_SkyletAnswers::wrongListingsAreTold()
+void tst_SkyletAnswers::wrongListingsAreReported()
 {
     QFETCH(QByteArray, package);
     QFETCH(QByteArray, output);
@@ -443,7 +443,7 @@ void tst_SkyletAnswers::nameOfAFileIsShownEscaped()
     QCOMPARE(json.Json().value(S("packages"))[0][S("objects")][0][S("file")].toString(), file);
 }
 
-void tst_SkyletAnswers::directoryThatCannotBeMadeIsTold()
+void tst_SkyletAnswers::directoryThatCannotBeMadeIsReported()
 {
     const QTemporaryDir here;
     QVERIFY(WriteFile(here.filePath(S("file")), "x"));
@@ -580,7 +580,7 @@ void tst_SkyletAnswers::progressIsForTerminals()
     QCOMPARE(pipe.output, QByteArray("0 search results\n"));
 }
 
-void tst_SkyletAnswers::fullOutputIsTold()
+void tst_SkyletAnswers::fullOutputIsReported()
 {
     AnswerServer server({EmptyListing()});
     for (const char *line : {"search", "search --json"}) {

@@ -15,7 +15,7 @@ private slots:
     void latencyIsTheNearestRank_data();
     void latencyIsTheNearestRank();
     void rateIsOfWhatEndedWell();
-    void noFiguresAreNought();
+    void withoutRequestsAllFiguresAreZero();
     void requestsAreTakenInTurn();
     void failuresAreCountedByWord();
     void connectionsAreAtTheSameTime();
@@ -64,7 +64,7 @@ void tst_SkyletBench::rateIsOfWhatEndedWell()
     QCOMPARE(figures.Failures(), 2);
 }
 
-void tst_SkyletBench::noFiguresAreNought()
+void tst_SkyletBench::withoutRequestsAllFiguresAreZero()
 {
     const SkyletBench::FIGURES figures;
     QCOMPARE(figures.Latency(50), 0.0);

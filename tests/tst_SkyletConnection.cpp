@@ -75,7 +75,7 @@ private slots:
     void resultsAreNamed_data();
     void resultsAreNamed();
     void everyKindHasWordsOfItsOwn();
-    void progressSaysWhatIsDone();
+    void progressSaysWhatTheConnectionDoes();
 };
 
 void tst_SkyletConnection::answerIsTaken_data()
@@ -357,7 +357,7 @@ void tst_SkyletConnection::everyKindHasWordsOfItsOwn()
     QCOMPARE(messages.removeDuplicates(), 0);
 }
 
-void tst_SkyletConnection::progressSaysWhatIsDone()
+void tst_SkyletConnection::progressSaysWhatTheConnectionDoes()
 {
     AnswerServer silent({}, AnswerServer::KEEP_OPEN);
     SkyletConnection waiting(Address(silent.serverPort()), LONG_MS);

@@ -44,12 +44,12 @@ private slots:
     void fullPackageIsRead();
     void resultIsSigned_data();
     void resultIsSigned();
-    void headsAreTold_data();
-    void headsAreTold();
-    void packagesAreTold_data();
-    void packagesAreTold();
-    void disksAreTold_data();
-    void disksAreTold();
+    void headsAreChecked_data();
+    void headsAreChecked();
+    void packagesAreChecked_data();
+    void packagesAreChecked();
+    void disksAreChecked_data();
+    void disksAreChecked();
     void everyCutIsNoticed();
     void everyCutOfADiskIsNoticed();
     void oneByteMoreIsNoticed();
@@ -57,7 +57,7 @@ private slots:
     void announcedSize_data();
     void announcedSize();
     void longHeadEnds();
-    void onlyValidOnesHaveNoMessage();
+    void onlyAValidReplyHasNoMessage();
     void messagesNameTheFigures_data();
     void messagesNameTheFigures();
 };
@@ -111,7 +111,7 @@ void tst_SkyletReply::resultIsSigned()
     QCOMPARE(reply.package->result, result);
 }
 
-void tst_SkyletReply::headsAreTold_data()
+void tst_SkyletReply::headsAreChecked_data()
 {
     QTest::addColumn<QByteArray>("head");
     QTest::addColumn<int>("status");
@@ -170,7 +170,7 @@ void tst_SkyletReply::headsAreTold_data()
         << QByteArray("HTTP/1.1 200 Ok\r\nContent-Length: 495\r\n") << int(SkyletReply::BODY_LONG);
 }
 
-void tst_SkyletReply::headsAreTold()
+void tst_SkyletReply::headsAreChecked()
 {
     QFETCH(QByteArray, head);
     QFETCH(int, status);
@@ -178,7 +178,7 @@ void tst_SkyletReply::headsAreTold()
     QCOMPARE(int(Status(head + "\r\n" + Package({}))), status);
 }
 
-void tst_SkyletReply::packagesAreTold_data()
+void tst_SkyletReply::packagesAreChecked_data()
 {
     QTest::addColumn<QByteArray>("package");
     QTest::addColumn<int>("status");
@@ -225,7 +225,7 @@ void tst_SkyletReply::packagesAreTold_data()
         << Changed(program, 12, "FFFFFFFF") << int(SkyletReply::VALID);
 }
 
-void tst_SkyletReply::packagesAreTold()
+void tst_SkyletReply::packagesAreChecked()
 {
     QFETCH(QByteArray, package);
     QFETCH(int, status);
@@ -235,7 +235,7 @@ void tst_SkyletReply::packagesAreTold()
     QCOMPARE(reply.package != nullptr, status == SkyletReply::VALID);
 }
 
-void tst_SkyletReply::disksAreTold_data()
+void tst_SkyletReply::disksAreChecked_data()
 {
     QTest::addColumn<QByteArray>("package");
     QTest::addColumn<int>("status");
@@ -267,9 +267,9 @@ void tst_SkyletReply::disksAreTold_data()
         << int(SkyletReply::BAD_DISK_HEADER);
 }
 
-void tst_SkyletReply::disksAreTold()
+void tst_SkyletReply::disksAreChecked()
 {
-    packagesAreTold();
+    packagesAreChecked();
 }
 
 void tst_SkyletReply::everyCutIsNoticed()
@@ -362,7 +362,7 @@ void tst_SkyletReply::longHeadEnds()
     QCOMPARE(SkyletReply::AnnouncedSize(start + fill + "xxxx"), qint64(SkyletReply::SIZE_NEVER));
 }
 
-void tst_SkyletReply::onlyValidOnesHaveNoMessage()
+void tst_SkyletReply::onlyAValidReplyHasNoMessage()
 {
     SkyletReply reply;
     QStringList messages;

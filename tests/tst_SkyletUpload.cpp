@@ -41,8 +41,8 @@ class tst_SkyletUpload : public QObject
     Q_OBJECT
 
 private slots:
-    void filesAreKnown_data();
-    void filesAreKnown();
+    void filesAreRecognised_data();
+    void filesAreRecognised();
     void filesAreRefused_data();
     void filesAreRefused();
     void directoriesAndMissingFilesAreRefused();
@@ -56,7 +56,7 @@ private slots:
     void fileThatChangedIsNoticed();
 };
 
-void tst_SkyletUpload::filesAreKnown_data()
+void tst_SkyletUpload::filesAreRecognised_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<int>("size");
@@ -85,7 +85,7 @@ void tst_SkyletUpload::filesAreKnown_data()
                                   << PetsciiName("\xe9");
 }
 
-void tst_SkyletUpload::filesAreKnown()
+void tst_SkyletUpload::filesAreRecognised()
 {
     QFETCH(QString, file);
     QFETCH(int, size);

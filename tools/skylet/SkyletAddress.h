@@ -12,8 +12,8 @@ class SkyletAddress
 public:
     static constexpr quint16 DEFAULT_PORT = 80;
 
-    /// Takes the address apart. Returns 0, or -1 and leaves `*address` as it was if the host is
-    /// empty or holds a blank, or the port is none of 1 to 65535.
+    /// Reads an address. Returns 0, or -1 and leaves `*address` as it was if the host is empty or
+    /// holds a blank, or the port is not a number from 1 to 65535.
     static int FromString(const QString &text, SkyletAddress *address);
 
     /// As people write it, without the default port. Also the value of the "Host:" header.

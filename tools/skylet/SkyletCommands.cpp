@@ -327,7 +327,8 @@ SkyletExit::CODE Put(SkyletSession *session, const REQUESTS &requests)
         const SkyletExit::CODE packageExitCode = PutPackage(session, planned, &packages);
         if (packageExitCode != SkyletExit::SUCCESS)
             exitCode = packageExitCode;
-        // What befalls a single object does not keep the others from being stored, as on the hub.
+        // These two concern a single object. The hub stores the others of a package all the same,
+        // and so the other packages are sent.
         if (packageExitCode != SkyletExit::SUCCESS && packageExitCode != SkyletExit::EXISTS &&
             packageExitCode != SkyletExit::WRITE_ERROR)
             break;

@@ -24,7 +24,7 @@ SkyletConnection::SkyletConnection(const SkyletAddress &hub, int timeoutMs, QObj
 
 SkyletConnection::~SkyletConnection()
 {
-    // A socket that is up says once more that it goes down.
+    // A socket that is open says, when it goes, that it is disconnected.
     mSocket.disconnect(this);
 }
 
@@ -111,7 +111,7 @@ void SkyletConnection::TimedOut()
 
 void SkyletConnection::FinishClosed()
 {
-    // What came in the same breath as the end.
+    // What came together with the end.
     mBytes += mSocket.readAll();
     Finish(mBytes.isEmpty() ? CLOSED : ANSWERED);
 }

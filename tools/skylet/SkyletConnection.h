@@ -30,11 +30,11 @@ public:
 
     enum OUTCOME {
         NONE,              ///< not FINISHED yet
-        ANSWERED,          ///< some bytes came; whether they are a reply is SkyletReply's to say
+        ANSWERED,          ///< some bytes came; SkyletReply tells whether they are a reply
         HOST_NOT_FOUND,    ///< the name has no address
-        REFUSED,           ///< nothing listens at that port
+        REFUSED,           ///< nothing listens on that port
         UNREACHABLE,       ///< no way to the host, or another failure of the network
-        CONNECT_TIMED_OUT, ///< no word from the host
+        CONNECT_TIMED_OUT, ///< the host did not react
         CLOSED,            ///< by the hub, before the first byte of a reply
         TIMED_OUT,         ///< nothing more came or went; there may be a part of a reply
     };
@@ -65,7 +65,7 @@ public:
     qint64 ReplySize() const { return mReplySize; }
 
 signals:
-    /// The outcome is known. The object must outlive the emission.
+    /// The outcome is known. A slot must not delete the object at once.
     void Finished();
 
     /// After Finished(), once: the connection is down.

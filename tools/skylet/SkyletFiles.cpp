@@ -14,7 +14,7 @@ namespace
 
 const char REFUSED_CHARACTERS[] = "/\\:*?\"<>|";
 
-// With any extension, Windows opens a device of this name. The digits are left out.
+// Windows takes these for devices, with any extension; "com" and "lpt" with a digit behind.
 const char *const DEVICES[] = {"con", "prn", "aux", "nul", "com", "lpt"};
 
 bool IsRefused(QChar c)

@@ -26,8 +26,8 @@ public:
     static QString Extension(AppPackage::DISKTYPE type);
 
     /// The name with the extension as the name of a file that any system takes: "_" stands for
-    /// what one of them refuses. No two calls on the same object give names that differ in nothing
-    /// but the letter case: later ones get a number.
+    /// what one of them refuses. Two calls on the same object never give the same name, not even
+    /// in other letter case: the later one gets a number.
     QString UniqueName(const AppDosName &name, const QString &extension);
 
     /// The same without the number, for a single file.

@@ -8,8 +8,8 @@
 namespace
 {
 
-// A handler may do no more than set this, so it is looked at often: no one notices the delay, and
-// it works on every system.
+// All that a handler may safely do on every system is to set this. It is looked at so often that
+// the delay is not noticed.
 constexpr int LOOK_INTERVAL_MS = 50;
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -21,7 +21,7 @@ const int SIGNALS[] = {
 #endif
 };
 
-/// Lets `handler` have the signal. One that is ignored, as nohup does, stays so.
+/// Has `handler` called for the signal. One that is ignored, as under nohup, stays ignored.
 void Handle(int signal, void (*handler)(int))
 {
     if (std::signal(signal, handler) == SIG_IGN)

@@ -8,8 +8,8 @@
 
 /// Ctrl-C and the other signals that ask a program to end, as a Qt signal.
 ///
-/// While one of these exists the process does not die of them, so that a file is written whole or
-/// not at all. What runs then looks here.
+/// While an object of this class exists, these signals do not end the process, so that a file is
+/// written whole or not at all. Whatever takes long asks IsRequested().
 class SkyletInterrupt : public QObject
 {
     Q_OBJECT
@@ -18,11 +18,11 @@ public:
     explicit SkyletInterrupt(QObject *parent = nullptr);
     ~SkyletInterrupt() override;
 
-    /// Whether one came.
+    /// Whether such a signal came.
     static bool IsRequested();
 
 signals:
-    /// One came; again and again until the program ends.
+    /// Such a signal came. Emitted again and again until the program ends.
     void Requested();
 
 private:

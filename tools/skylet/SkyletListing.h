@@ -7,7 +7,7 @@
 #include <QString>
 #include <QVector>
 
-/// A BASIC program that LISTs like a directory: what AppCbmUtil builds, read again.
+/// Reads a BASIC program that LISTs like a directory, as AppCbmUtil builds it. Stateless.
 class SkyletListing
 {
 public:
@@ -25,8 +25,8 @@ public:
     };
 
     /// Reads the lines of a program file up to the null link. The links are not followed, since
-    /// only LOAD makes them right. Returns 0, or -1 if it ends before; `*lines` then has what is
-    /// whole.
+    /// only LOAD makes them right. Returns 0, or -1 if the program ends before that link; `*lines`
+    /// then has those that are whole.
     static int Parse(const QByteArray &program, QVector<LINE> *lines);
 
     /// The entry that a line shows. Returns 0, or -1 if it shows none, as the title does.

@@ -39,7 +39,7 @@ public:
     /// What --help prints.
     static QString Help();
 
-    /// Whether every character is one of Latin-1; no name on a hub has another.
+    /// Whether all characters are Latin-1. Names on a hub have no others.
     static bool IsLatin1(const QString &text);
 
     ACTION action = RUN;

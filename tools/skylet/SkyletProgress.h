@@ -11,8 +11,8 @@
 
 class SkyletConnection;
 
-/// Shows on standard error how far something is, if that is a terminal and it takes longer than a
-/// second. The line is wiped in the end.
+/// Shows on standard error how far something has come, if standard error is a terminal and it takes
+/// longer than a second. The line is wiped in the end.
 class SkyletProgress : public QObject
 {
     Q_OBJECT

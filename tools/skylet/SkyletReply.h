@@ -14,8 +14,8 @@ class AppPackage;
 /// What a hub sent back: an HTTP/1.1 response whose body is a package.
 ///
 /// Reading is strict: sizes and counts that contradict each other, unknown kinds of object and
-/// bytes behind the end make the reply malformed. Where a Skylet would take what is there, the
-/// person at the desk wants to know.
+/// bytes behind the end make the reply malformed. A Skylet would make do with what is there;
+/// a person wants to know what is wrong.
 class SkyletReply
 {
     Q_DECLARE_TR_FUNCTIONS(SkyletReply)

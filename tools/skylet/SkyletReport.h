@@ -18,7 +18,7 @@ public:
 
     explicit SkyletReport(FORMAT format);
 
-    /// A line on standard output; JSON has no such thing.
+    /// A line on standard output; nothing if the format is JSON.
     void Line(const QString &text);
 
     /// The same in reverse video, if standard output is a terminal.

@@ -10,7 +10,7 @@
 namespace
 {
 
-// What a Commodore 64 with a Skylet as drive 8 says of itself. Hubs keep it and do not use it.
+// What a Commodore 64 with a Skylet as drive 8 says of itself. Hubs take it and do not use it.
 constexpr int DEVICE_NUMBER = 8;
 constexpr int DEVICE_MEMORY = 38911; // bytes free for BASIC
 

@@ -21,8 +21,8 @@ struct SkyletIdentity {
 ///
 /// A hub reads header names in exactly this letter case, one "Content-Length:" and a boundary
 /// without quotation marks. A request with a package is multipart form-data, any other is
-/// URL-encoded, unless one of its values cannot travel so: hubs decode before they split, which
-/// makes an encoded "&" or "=" as good as a plain one, and trim the values.
+/// URL-encoded, unless one of its values would not arrive as it is: hubs decode the body before
+/// they split it, so that an encoded "&" or "=" splits it too, and trim the values.
 class SkyletRequest
 {
 public:

@@ -27,9 +27,9 @@ public:
         AppPackage::DISKTYPE type = AppPackage::DISK_D64; ///< of a disk
     };
 
-    /// What the file is: a program by its extension ".prg", a disk image by its size. It goes by
-    /// `name`, or if that is empty by what stands before the first dot of the file's name, as a
-    /// hub has it. Returns 0, or -1 with a clause for people in `*error`.
+    /// What the file is: a program by its extension ".prg", a disk image by its size. Its
+    /// name on the hub is `name` or, if that is empty, what stands before the first dot of the
+    /// file's name. Returns 0, or -1 with a clause for people in `*error`.
     static int Identify(const QString &path, const QString &name, OBJECT *object, QString *error);
 
     /// As few packages as hold all objects: at most 20 in each and at most one program among them.
