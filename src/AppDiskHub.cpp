@@ -122,6 +122,13 @@ void DownloadDisks(const QString &directory, const AppDosName &pattern, AppPacka
     package->SetProgram(DosName("manifest"), listing);
 }
 
+/// The path of a file as the console shows it: the directory is the user's, the name a device's.
+QString ShownPath(const QString &path)
+{
+    const int name = static_cast<int>(path.lastIndexOf(QLatin1Char('/'))) + 1;
+    return path.left(name) + AppPrintable::Shown(path.mid(name));
+}
+
 } // namespace
 
 /// What differs between a disk and a program that the device sent.
@@ -496,7 +503,7 @@ void AppDiskHub::Store(const UPLOAD_KIND &kind, const QString &directory, const 
 {
     QString hostName;
     object.name.ToString(&hostName, true);
-    Log(tr(kind.received).arg(hostName));
+    Log(tr(kind.received).arg(AppPrintable::Shown(hostName)));
 
     // Disk images are looked for in either case: the device counts on being able to save a program
     // again without asking to replace it.
@@ -513,5 +520,5 @@ void AppDiskHub::Store(const UPLOAD_KIND &kind, const QString &directory, const 
         package->result = AppPackage::RESULT_WRITE_ERROR;
         return;
     }
-    Log(tr("> Written as \"%1\".").arg(path));
+    Log(tr("> Written as \"%1\".").arg(ShownPath(path)));
 }

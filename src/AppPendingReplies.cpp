@@ -42,9 +42,7 @@ void AppPendingReplies::Add(AppConnection *connection)
 
 bool AppPendingReplies::HasRoom()
 {
-    // Those that have been sent whole only wait for the peer to close its side.
-    while (IsCrowded() && HasSent())
-        DropIdlest();
+    MakeRoom();
     if (!IsCrowded())
         return true;
     if (!mRoomWanted) {
@@ -57,25 +55,17 @@ bool AppPendingReplies::HasRoom()
 
 void AppPendingReplies::DropIdlest()
 {
-    const auto idlest = std::min_element(mReplies.begin(), mReplies.end(),
-                                         [](const REPLY &left, const REPLY &right) {
-                                             if (left.IsSent() != right.IsSent())
-                                                 return left.IsSent();
-                                             return left.idle.elapsed() > right.idle.elapsed();
-                                         });
-    if (idlest != mReplies.end())
-        End(*idlest);
+    if (!mReplies.empty())
+        End(Idlest());
 }
 
 void AppPendingReplies::Finish(int msecs)
 {
     // A loop of its own would end at once, since the application has been told to quit.
-    QElapsedTimer timer;
-    timer.start();
-    QTimer wakeUp;
-    wakeUp.setSingleShot(true);
-    wakeUp.start(msecs);
-    while (Bytes() > 0 && timer.elapsed() < msecs)
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.start(msecs);
+    while (Bytes() > 0 && timer.isActive())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
@@ -101,19 +91,34 @@ bool AppPendingReplies::IsCrowded() const
     return Count() >= mLimits.count || (Count() > 0 && Bytes() >= mLimits.bytes);
 }
 
-bool AppPendingReplies::HasSent() const
+const AppPendingReplies::REPLY &AppPendingReplies::Idlest() const
 {
-    return std::any_of(mReplies.begin(), mReplies.end(),
-                       [](const REPLY &reply) { return reply.IsSent(); });
+    return *std::min_element(mReplies.begin(), mReplies.end(),
+                             [](const REPLY &left, const REPLY &right) {
+                                 if (left.IsSent() != right.IsSent())
+                                     return left.IsSent();
+                                 return left.idle.elapsed() > right.idle.elapsed();
+                             });
+}
+
+void AppPendingReplies::MakeRoom()
+{
+    const qint64 patience = mLimits.crowdMs - 1;
+    const bool waitedForRoom = mRoomWanted && mRoomWantedFor.hasExpired(patience);
+    // Those that have been sent whole only wait for the peer to close its side.
+    while (IsCrowded() &&
+           (Idlest().IsSent() || waitedForRoom || Idlest().idle.hasExpired(patience)))
+        End(Idlest());
 }
 
 void AppPendingReplies::End(const REPLY &reply)
 {
-    // Either way Forget() follows at once.
+    // Forget() follows at once, and with it the end of `reply`.
+    AppConnection *const connection = reply.connection;
     if (reply.IsSent())
-        reply.connection->disconnectFromHost();
+        connection->disconnectFromHost();
     else
-        reply.connection->Drop();
+        connection->Drop();
 }
 
 void AppPendingReplies::Touch(const AppConnection *connection)
@@ -144,8 +149,7 @@ void AppPendingReplies::Tend()
             End(reply);
     }
     if (mRoomWanted) {
-        while (IsCrowded() && mRoomWantedFor.hasExpired(mLimits.crowdMs - 1))
-            DropIdlest();
+        MakeRoom();
         mRoomWanted = IsCrowded();
         if (!mRoomWanted)
             emit MadeRoom();

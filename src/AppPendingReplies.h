@@ -25,12 +25,13 @@ public:
         int count;    ///< connections
         qint64 bytes; ///< of all replies together, as far as they have not been sent
         int idleMs;   ///< for how long a reader may take nothing
-        int crowdMs;  ///< for how long a request waits for room before a reader is dropped
+        int crowdMs;  ///< if they are too many or too big: for how long a reader may take nothing,
+                      ///< and for how long a request waits for room
     };
 
     /// Far below the descriptors that any system gives to a process. A reply may be above the
     /// bytes, as long as it is alone.
-    static constexpr LIMITS DEFAULT_LIMITS = {64, 256 * 1024 * 1024, 60000, 1000};
+    static constexpr LIMITS DEFAULT_LIMITS = {64, 256 * 1024 * 1024, 60000, 500};
 
     explicit AppPendingReplies(const LIMITS &limits = DEFAULT_LIMITS);
 
@@ -69,7 +70,10 @@ private:
     };
 
     bool IsCrowded() const;
-    bool HasSent() const;
+
+    /// The one to end first; there is one.
+    const REPLY &Idlest() const;
+    void MakeRoom();
     void End(const REPLY &reply);
     void Touch(const AppConnection *connection);
     void Forget(const AppConnection *connection);

@@ -138,6 +138,7 @@ void tst_AppConnection::withoutAReplyItIsClosedAtOnce()
 {
     const LoopbackPair pair(&mServer);
     pair.Device()->write("half a request");
+    QVERIFY(pair.Device()->waitForBytesWritten(TIMEOUT_MS));
     QVERIFY(pair.Hub()->waitForReadyRead(TIMEOUT_MS));
     pair.Hub()->disconnectFromHost();
     QCOMPARE(pair.Hub()->state(), QAbstractSocket::UnconnectedState);

@@ -197,7 +197,9 @@ void tst_AppDiskHubStrangers::restartLetsAReplyEnd()
     QTcpSocket device;
     device.setReadBufferSize(1);
     device.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+    QVERIFY(device.waitForConnected());
     device.write(DownloadRequest("1", "*"));
+    QVERIFY(device.waitForBytesWritten());
     QTRY_VERIFY(device.bytesAvailable() > 0);
 
     QCOMPARE(hub->RestartServer(), 0);

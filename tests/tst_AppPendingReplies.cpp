@@ -118,11 +118,11 @@ void tst_AppPendingReplies::tooManyCostTheOneIdleLongest()
     constexpr int CROWD_MS = 100;
     AppPendingReplies replies({2, ANY_BYTES, NEVER_MS, CROWD_MS});
     const QSignalSpy madeRoom(&replies, &AppPendingReplies::MadeRoom);
+    QElapsedTimer timer;
+    timer.start();
     const LoopbackPair first = IdleReader(&replies);
     QVERIFY(replies.HasRoom());
     const LoopbackPair second = IdleReader(&replies);
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(!replies.HasRoom());
     QVERIFY(!replies.HasRoom());
     QCOMPARE(replies.Count(), 2);
