@@ -7,6 +7,8 @@
  *   serve PORT files DIR       reads all files of DIR for each request and sends them
  *   serve PORT fresh DIR       the same, and gives the memory back after each
  *   serve PORT store DIR       cuts each body into 19 parts and writes them to DIR
+ *   serve PORT search DIR DIR  answers with a line for each D64 below the first DIR and for each
+ *                              program below the second
  */
 #define _GNU_SOURCE
 #include <arpa/inet.h>
@@ -23,6 +25,8 @@
 #include <unistd.h>
 
 #define PARTS 19
+#define D64_SIZE 174848
+#define NAME_SIZE 16 /* characters of a name in a listing */
 #define HEAD                                                                                       \
     "HTTP/1.1 200 Ok\r\nContent-Type: application/octet-stream\r\nContent-Length: %zu\r\n\r\n"
 
@@ -62,7 +66,52 @@ static void add_files(struct bytes *b, const char *path)
         closedir(d);
 }
 
-/* Reads a request; returns where its body starts. */
+static void add_line(struct bytes *b, const char *name, const char *type)
+{
+    int length = (int)strcspn(name, ".");
+    length = length < NAME_SIZE ? length : NAME_SIZE;
+    grow(b, 64);
+    b->size += (size_t)sprintf(b->data + b->size, "0   \"%.*s\"%*s%s\n", length, name,
+                               NAME_SIZE + 1 - length, "", type);
+}
+
+static int is_d64(int dir, const char *name)
+{
+    struct stat s;
+    return fstatat(dir, name, &s, 0) == 0 && s.st_size == D64_SIZE;
+}
+
+static int is_program(int dir, const char *name)
+{
+    (void)dir;
+    const char *suffix = strrchr(name, '.');
+    return suffix != NULL && strcasecmp(suffix, ".prg") == 0;
+}
+
+/* A line for each entry below `fd`, which is closed, that `is_listed`. */
+static void search(struct bytes *b, int fd, int (*is_listed)(int, const char *), const char *type)
+{
+    DIR *d = fdopendir(fd);
+    if (d == NULL)
+        return;
+    for (struct dirent *e; (e = readdir(d)) != NULL;) {
+        if (e->d_name[0] == '.')
+            continue;
+        if (e->d_type == DT_DIR)
+            search(b, openat(fd, e->d_name, O_RDONLY | O_DIRECTORY), is_listed, type);
+        else if (is_listed(fd, e->d_name))
+            add_line(b, e->d_name, type);
+    }
+    closedir(d);
+}
+
+static void add_listing(struct bytes *b, char **directories)
+{
+    search(b, open(directories[0], O_RDONLY | O_DIRECTORY), is_d64, "d64");
+    search(b, open(directories[1], O_RDONLY | O_DIRECTORY), is_program, "prg");
+}
+
+/* Reads a request; returns where its body starts, or 0 if there is no request. */
 static size_t receive(int fd, struct bytes *b)
 {
     size_t body = 0, total = 0;
@@ -110,37 +159,53 @@ static void send_all(int fd, const char *data, size_t size)
     }
 }
 
-int main(int argc, char **argv)
+static int listen_at(const char *port)
 {
-    if (argc != 4)
-        return 2;
     int server = socket(AF_INET, SOCK_STREAM, 0), on = 1;
     setsockopt(server, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     struct sockaddr_in a = {.sin_family = AF_INET,
-                            .sin_port = htons((unsigned short)atoi(argv[1])),
+                            .sin_port = htons((unsigned short)atoi(port)),
                             .sin_addr.s_addr = htonl(INADDR_LOOPBACK)};
     if (bind(server, (struct sockaddr *)&a, sizeof a) != 0 || listen(server, 4096) != 0)
-        return 1;
+        exit(1);
+    return server;
+}
 
-    int canned = strcmp(argv[2], "canned") == 0, fresh = strcmp(argv[2], "fresh") == 0;
-    int files = fresh || strcmp(argv[2], "files") == 0;
+static void reply(int fd, const struct bytes *answer)
+{
+    char head[256];
+    int n = snprintf(head, sizeof head, HEAD, answer->size);
+    send_all(fd, head, (size_t)n);
+    send_all(fd, answer->data, answer->size);
+    close(fd);
+}
+
+int main(int argc, char **argv)
+{
+    if (argc < 4 || (strcmp(argv[2], "search") == 0) != (argc == 5))
+        return 2;
+    int server = listen_at(argv[1]);
+    const char *mode = argv[2];
+    int canned = strcmp(mode, "canned") == 0, fresh = strcmp(mode, "fresh") == 0;
     struct bytes request = {0}, answer = {0};
     if (canned)
         add_file(&answer, AT_FDCWD, argv[3]);
     for (;;) {
         int fd = accept(server, NULL, NULL);
         size_t body = receive(fd, &request);
+        if (body == 0) {
+            close(fd);
+            continue;
+        }
         if (!canned)
             answer.size = 0;
-        if (files)
+        if (fresh || strcmp(mode, "files") == 0)
             add_files(&answer, argv[3]);
-        else if (!canned)
+        else if (strcmp(mode, "store") == 0)
             store(&request, body, argv[3]);
-        char head[256];
-        int n = snprintf(head, sizeof head, HEAD, answer.size);
-        send_all(fd, head, (size_t)n);
-        send_all(fd, answer.data, answer.size);
-        close(fd);
+        else if (strcmp(mode, "search") == 0)
+            add_listing(&answer, argv + 3);
+        reply(fd, &answer);
         if (fresh) {
             free(answer.data);
             answer = (struct bytes){0};
