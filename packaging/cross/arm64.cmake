@@ -1,0 +1,9 @@
+# Copyright (c) the Disk Hub developers
+# SPDX-License-Identifier: MIT
+
+# Debian's cross compiler for arm64, and a package of that architecture.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
