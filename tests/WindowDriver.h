@@ -47,103 +47,34 @@ template <typename T = QWidget> T *Named(const QObject &window, const char *name
 }
 
 /// Clicks into the middle of a control; a check box is hit on its mark.
-inline void Click(QWidget *control)
-{
-    const bool marked = qobject_cast<QCheckBox *>(control) != nullptr;
-    const QPoint position(marked ? 8 : control->width() / 2, control->height() / 2);
-    QTest::mouseClick(control, Qt::LeftButton, Qt::NoModifier, position);
-}
+void Click(QWidget *control);
 
-inline void Click(const QObject &window, const char *name)
-{
-    Click(Named<>(window, name));
-}
+void Click(const QObject &window, const char *name);
 
 /// Clicks on a row of a list.
-inline void ClickRow(QListWidget *list, int row, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-{
-    list->scrollToItem(list->item(row));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, modifiers,
-                      list->visualItemRect(list->item(row)).center());
-}
+void ClickRow(QListWidget *list, int row, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
 /// Gives a window the keyboard, as a window manager does with the one that opens.
-inline void Activate(QWidget *window)
-{
-    window->activateWindow();
-    if (!QTest::qWaitFor([window] { return QApplication::activeWindow() == window; }))
-        qFatal("%s does not become active", window->metaObject()->className());
-}
+void Activate(QWidget *window);
 
 /// The window that has the keyboard. Where no window manager hands it on when a window closes, this
 /// does.
-inline QWidget *ActiveWindow()
-{
-    QWidget *window = QApplication::activeWindow();
-    if (window != nullptr)
-        return window;
-    window = QApplication::activeModalWidget();
-    const QWidgetList others = QApplication::topLevelWidgets();
-    for (QWidget *other : others) {
-        if (window == nullptr && other->isVisible())
-            window = other;
-    }
-    Activate(window);
-    return window;
-}
+QWidget *ActiveWindow();
 
 /// Presses a key in whatever has the focus of the active window.
-inline void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-{
-    QWidget *const window = ActiveWindow();
-    QWidget *const focus = QApplication::focusWidget();
-    QTest::keyClick(focus != nullptr ? focus : window, key, modifiers);
-}
+void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
 /// Replaces the text of a field: clicks into it, selects what is there and types. A text that is
 /// not all ASCII comes in one piece, as from an input method.
-inline void Type(QLineEdit *field, const QString &text)
-{
-    Click(field);
-    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(field, Qt::Key_Delete);
-    const bool ascii =
-        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
-    if (ascii) {
-        QTest::keyClicks(field, text);
-    } else {
-        QInputMethodEvent event;
-        event.setCommitString(text);
-        QApplication::sendEvent(field, &event);
-    }
-}
+void Type(QLineEdit *field, const QString &text);
 
 /// Chooses an item of a combo box with the keyboard.
-inline void Choose(QComboBox *combo, int index)
-{
-    combo->setFocus();
-    QTest::keyClick(combo, Qt::Key_Home);
-    for (int i = 0; i < index; ++i)
-        QTest::keyClick(combo, Qt::Key_Down);
-}
+void Choose(QComboBox *combo, int index);
 
-inline bool TakesDirectories(const QFileDialog *chooser)
-{
-    return chooser->fileMode() != QFileDialog::AnyFile &&
-           chooser->fileMode() != QFileDialog::ExistingFile &&
-           chooser->fileMode() != QFileDialog::ExistingFiles;
-}
+bool TakesDirectories(const QFileDialog *chooser);
 
 /// Answers a directory chooser: types `path` and accepts, or cancels if it is empty.
-inline void AnswerChooser(QFileDialog *chooser, const QString &path)
-{
-    if (path.isEmpty()) {
-        QTest::keyClick(chooser, Qt::Key_Escape);
-        return;
-    }
-    Named<QLineEdit>(*chooser, "fileNameEdit")->setText(QDir::toNativeSeparators(path));
-    Click(Named<QDialogButtonBox>(*chooser, "buttonBox")->buttons().at(0));
-}
+void AnswerChooser(QFileDialog *chooser, const QString &path);
 
 /// Has modal windows answered: each answer waits for its kind of window and must close it.
 ///
@@ -153,11 +84,7 @@ inline void AnswerChooser(QFileDialog *chooser, const QString &path)
 class ModalAnswers
 {
 public:
-    ModalAnswers() : mBefore(QApplication::activeModalWidget())
-    {
-        QObject::connect(&mTimer, &QTimer::timeout, &mTimer, [this] { Poll(); });
-        mTimer.start(0);
-    }
+    ModalAnswers();
 
     template <typename DIALOG> void Then(const std::function<void(DIALOG *)> &answer)
     {
@@ -177,38 +104,10 @@ private:
 
     using STEP = std::function<bool(QWidget *window, bool run)>;
 
-    void Poll()
-    {
-        if (Answered())
-            return;
-        const QPointer<QWidget> window = QApplication::activeModalWidget();
-        if (window == nullptr || window == mBefore || !mSteps.at(mNext)(window, false) ||
-            QApplication::activeWindow() != window) {
-            GiveUpInTime(window);
-            return;
-        }
-        mBefore = window;
-        const STEP step = mSteps.at(mNext++);
-        step(window, true);
-        mDeadline.setRemainingTime(OPENING_TIMEOUT_MS);
-        if (window != nullptr && window->isVisible()) {
-            if (!QTest::currentTestFailed())
-                QTest::qFail("an answer left its window open", __FILE__, __LINE__);
-            window->close();
-        }
-    }
+    void Poll();
 
     /// A test that waits for the wrong window must end too.
-    void GiveUpInTime(QWidget *window)
-    {
-        if (!mDeadline.hasExpired())
-            return;
-        mTimer.stop();
-        if (!QTest::currentTestFailed())
-            QTest::qFail("the window to be answered has not opened", __FILE__, __LINE__);
-        if (window != nullptr)
-            window->close();
-    }
+    void GiveUpInTime(QWidget *window);
 
     QPointer<QWidget> mBefore;
     QList<STEP> mSteps;
@@ -225,222 +124,50 @@ public:
 };
 
 /// The slots that a class itself declares, in order.
-inline QStringList Slots(const QMetaObject &type)
-{
-    QStringList slotNames;
-    for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
-        if (type.method(i).methodType() == QMetaMethod::Slot)
-            slotNames += QString::fromLatin1(type.method(i).methodSignature());
-    }
-    return slotNames;
-}
+QStringList Slots(const QMetaObject &type);
 
 /// Where a layout has an item: "row,column".
-inline QString CellOf(const QGridLayout *grid, int index)
-{
-    int row = -1;
-    int column = -1;
-    int rows = 0;
-    int columns = 0;
-    if (index >= 0)
-        grid->getItemPosition(index, &row, &column, &rows, &columns);
-    return QStringLiteral("%1,%2").arg(row).arg(column);
-}
+QString CellOf(const QGridLayout *grid, int index);
 
 /// Where a layout has a widget: "row,column".
-inline QString CellOf(const QGridLayout *grid, QWidget *widget)
-{
-    return CellOf(grid, grid->indexOf(widget));
-}
+QString CellOf(const QGridLayout *grid, QWidget *widget);
 
 /// The same for a layout inside the layout.
-inline QString CellOf(const QGridLayout *grid, const QLayout *layout)
-{
-    int index = grid->count() - 1;
-    while (index >= 0 && grid->itemAt(index)->layout() != layout)
-        --index;
-    return CellOf(grid, index);
-}
+QString CellOf(const QGridLayout *grid, const QLayout *layout);
 
 /// The names of the widgets and layouts that a layout holds itself, in order, spacers left out.
-inline QStringList NamesIn(const QLayout *layout)
-{
-    QStringList names;
-    for (int i = 0; i < layout->count(); ++i) {
-        QLayoutItem *const item = layout->itemAt(i);
-        if (item->widget() != nullptr)
-            names += item->widget()->objectName();
-        else if (item->layout() != nullptr)
-            names += item->layout()->objectName();
-    }
-    return names;
-}
+QStringList NamesIn(const QLayout *layout);
 
-inline bool TakesTab(const QWidget *widget)
-{
-    return widget->isVisible() && widget->isEnabled() &&
-           (widget->focusPolicy() & Qt::TabFocus) != 0 && widget->focusProxy() == nullptr;
-}
+bool TakesTab(const QWidget *widget);
 
 /// The names of the controls of an active window in the order in which Tab reaches them, beginning
 /// with `first`.
-inline QStringList TabOrder(const QWidget &window, const char *first)
-{
-    constexpr int STEPS_MAX = 50;
-
-    QWidget *const start = Named<>(window, first);
-    start->setFocus(Qt::TabFocusReason);
-    QStringList names;
-    do {
-        QWidget *const focus = QApplication::focusWidget();
-        names += focus != nullptr ? focus->objectName() : QString();
-        Press(Qt::Key_Tab);
-    } while (QApplication::focusWidget() != start && names.size() < STEPS_MAX);
-    return names;
-}
+QStringList TabOrder(const QWidget &window, const char *first);
 
 /// The same order, walked backwards from behind the end.
-inline QStringList BacktabOrder(const QWidget &window, const char *first)
-{
-    constexpr int STEPS_MAX = 50;
-
-    QWidget *const start = Named<>(window, first);
-    start->setFocus(Qt::TabFocusReason);
-    QStringList names;
-    do {
-        Press(Qt::Key_Backtab);
-        QWidget *const focus = QApplication::focusWidget();
-        names.prepend(focus != nullptr ? focus->objectName() : QString());
-    } while (QApplication::focusWidget() != start && names.size() < STEPS_MAX);
-    return names;
-}
+QStringList BacktabOrder(const QWidget &window, const char *first);
 
 /// What a screen reader calls a control.
-inline QString SpokenName(QWidget *control)
-{
-    QAccessibleInterface *const interface = QAccessible::queryAccessibleInterface(control);
-    return interface != nullptr ? interface->text(QAccessible::Name) : QString();
-}
+QString SpokenName(QWidget *control);
 
 /// The controls that a person works with: all that have a name of their own and can have the focus,
 /// whether enabled now or not.
-inline QList<QWidget *> Controls(const QWidget &window)
-{
-    QList<QWidget *> controls;
-    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
-        const bool internal =
-            widget->objectName().isEmpty() || widget->objectName().startsWith(QLatin1String("qt_"));
-        if (!internal && (widget->focusPolicy() & Qt::TabFocus) != 0)
-            controls += widget;
-    }
-    return controls;
-}
+QList<QWidget *> Controls(const QWidget &window);
 
 /// The controls that a screen reader cannot name, or calls by the name of another one.
-inline QStringList BadlySpoken(const QWidget &window)
-{
-    QStringList bad;
-    QStringList spoken;
-    const QList<QWidget *> controls = Controls(window);
-    for (QWidget *control : controls) {
-        const QString name = SpokenName(control);
-        if (name.isEmpty() || name == QLatin1String("...") || spoken.contains(name))
-            bad += control->objectName() + QLatin1String(": ") + name;
-        spoken += name;
-    }
-    return bad;
-}
+QStringList BadlySpoken(const QWidget &window);
 
 /// The parts of a shown window that have less room than their text needs, overlap or stick out.
-inline QStringList CutOff(const QWidget &window)
-{
-    QStringList cut;
-    QList<QRect> taken;
-    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
-    for (QWidget *widget : widgets) {
-        const bool text = qobject_cast<QLabel *>(widget) != nullptr ||
-                          qobject_cast<QAbstractButton *>(widget) != nullptr;
-        const bool field = qobject_cast<QLineEdit *>(widget) != nullptr ||
-                           qobject_cast<QComboBox *>(widget) != nullptr;
-        if ((!text && !field) || !widget->isVisible())
-            continue;
-        const QSize need = text ? widget->sizeHint() : widget->minimumSizeHint();
-        const QRect place(widget->mapTo(const_cast<QWidget *>(&window), QPoint()), widget->size());
-        bool bad = widget->width() < need.width() || widget->height() < need.height() ||
-                   !window.rect().contains(place);
-        for (const QRect &other : std::as_const(taken))
-            bad = bad || other.intersects(place);
-        taken += place;
-        if (bad)
-            cut += widget->objectName();
-    }
-    return cut;
-}
+QStringList CutOff(const QWidget &window);
 
 /// Puts "[context]" in front of every text, so that what bypasses the translation shows.
 class MarkingTranslator : public QTranslator
 {
 public:
     QString translate(const char *context, const char *sourceText, const char *disambiguation,
-                      int count) const override
-    {
-        Q_UNUSED(disambiguation)
-        Q_UNUSED(count)
-        return QStringLiteral("[%1]%2").arg(QLatin1String(context), QString::fromUtf8(sourceText));
-    }
+                      int count) const override;
 
     bool isEmpty() const override { return false; }
 };
-
-/// Rows for choosing a directory: `which` of the two, and a `name` that must come through as it is.
-inline void AddDirectoryNameRows()
-{
-    QTest::addColumn<int>("which");
-    QTest::addColumn<QString>("name");
-
-    const QPair<const char *, QString> names[] = {
-        {"plain", QStringLiteral("plain")},
-        {"blanks", QStringLiteral("with two blanks")},
-        {"umlaut", QString::fromUtf8("gr\xC3\xBC\xC3\x9F")},
-        {"placeholder", QStringLiteral("%1 100%")},
-        {"ampersand", QStringLiteral("a & b")},
-        {"markup", QStringLiteral("<b>bold")},
-        {"apostrophe", QStringLiteral("it's")},
-    };
-    for (int which = 0; which < 2; ++which) {
-        for (const auto &name : names)
-            QTest::addRow("%s-%s", which == 0 ? "disks" : "programs", name.first)
-                << which << name.second;
-    }
-}
-
-/// What chooses one of the two directories of a window: its controls, the member of T that holds
-/// it, and the chooser's caption.
-template <typename T> struct DIRECTORY {
-    const char *field;
-    const char *browse;
-    QString T::*member;
-    QString caption;
-};
-
-/// The same for both, the disks' first.
-template <typename T>
-QVector<DIRECTORY<T>> Directories(QString T::*diskMember, QString T::*programMember)
-{
-    return {{"diskDirectory", "diskDirectoryBrowse", diskMember,
-             QStringLiteral("Select Disk Directory")},
-            {"programDirectory", "programDirectoryBrowse", programMember,
-             QStringLiteral("Select Program Directory")}};
-}
-
-/// A row for each of Directories(), by its index.
-inline void AddDirectoryRows()
-{
-    QTest::addColumn<int>("which");
-
-    QTest::newRow("disks") << 0;
-    QTest::newRow("programs") << 1;
-}
 
 } // namespace WindowDriver

@@ -5,8 +5,6 @@
 #include "HubFixture.h"
 #include "WindowDriver.h"
 
-#include <QFrame>
-#include <QPushButton>
 #include <QSignalSpy>
 
 #include <memory>
@@ -24,14 +22,6 @@ public:
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void isADialog();
-    void parentAndFlagsAreTaken();
-    void slotsAreInOrder();
-    void formIsNamedTitledAndSized();
-    void controls_data();
-    void controls();
-    void lineIsBetweenTheGridAndTheButtons();
-    void textsAreTranslated();
     void textIsMaskedAtFirst();
     void showTextTogglesTheDisplay();
     void showTextClickedFollowsTheCheckBox();
@@ -41,19 +31,8 @@ private slots:
     void okHashesTheTextAsTyped();
     void lengthCountsModulo65536_data();
     void lengthCountsModulo65536();
-    void acceptHashesAndCloses();
-    void enterAccepts_data();
-    void enterAccepts();
-    void cancelLeavesTheDigestEmpty();
-    void escapeLeavesTheDigestEmpty();
-    void closingLeavesTheDigestEmpty();
     void digestIsThereAfterExec();
-    void fieldHasTheFocusAtFirst();
-    void tabReachesEveryControl();
     void blankKeyTogglesShowText();
-    void screenReaderNamesEveryControl();
-    void nothingIsCutOff();
-    void fieldTakesTheExtraWidth();
 
 private:
     std::unique_ptr<SizeHintsFilter> mFilter;
@@ -95,105 +74,6 @@ void tst_AppGenerateMd5Dialog::initTestCase()
 void tst_AppGenerateMd5Dialog::cleanupTestCase()
 {
     mFilter.reset();
-}
-
-void tst_AppGenerateMd5Dialog::isADialog()
-{
-    QCOMPARE(AppGenerateMd5Dialog::staticMetaObject.superClass(), &QDialog::staticMetaObject);
-}
-
-void tst_AppGenerateMd5Dialog::parentAndFlagsAreTaken()
-{
-    QWidget parent;
-    auto *const dialog = new AppGenerateMd5Dialog(&parent, Qt::Dialog | Qt::FramelessWindowHint);
-    QCOMPARE(dialog->parentWidget(), &parent);
-    QVERIFY(dialog->windowFlags().testFlag(Qt::FramelessWindowHint));
-}
-
-void tst_AppGenerateMd5Dialog::slotsAreInOrder()
-{
-    QCOMPARE(Slots(AppGenerateMd5Dialog::staticMetaObject),
-             (QStringList{QStringLiteral("accept()"), QStringLiteral("ShowTextClicked()")}));
-}
-
-void tst_AppGenerateMd5Dialog::formIsNamedTitledAndSized()
-{
-    const AppGenerateMd5Dialog dialog(nullptr, Qt::WindowFlags());
-    QCOMPARE(dialog.objectName(), QStringLiteral("AppGenerateMd5Dialog"));
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Generate MD5"));
-    QCOMPARE(dialog.size(), QSize(229, 125));
-}
-
-void tst_AppGenerateMd5Dialog::controls_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("layout");
-    QTest::addColumn<QString>("place");
-
-    QTest::newRow("label") << "QLabel"
-                           << "Text"
-                           << "gridLayout"
-                           << "0,0";
-    QTest::newRow("textEdit") << "QLineEdit"
-                              << ""
-                              << "gridLayout"
-                              << "0,1";
-    QTest::newRow("showText") << "QCheckBox"
-                              << "Show Text"
-                              << "gridLayout"
-                              << "1,1";
-    QTest::newRow("okButton") << "QPushButton"
-                              << "OK"
-                              << "hboxLayout"
-                              << "0";
-    QTest::newRow("cancelButton") << "QPushButton"
-                                  << "Cancel"
-                                  << "hboxLayout"
-                                  << "1";
-}
-
-void tst_AppGenerateMd5Dialog::controls()
-{
-    QFETCH(const QString, kind);
-    QFETCH(const QString, text);
-    QFETCH(const QString, layout);
-    QFETCH(const QString, place);
-    const OpenDialog dialog;
-    auto *const control = Named<>(dialog, QTest::currentDataTag());
-    QCOMPARE(QString::fromLatin1(control->metaObject()->className()), kind);
-    QCOMPARE(control->property("text").toString(), text);
-    QVERIFY(control->isVisible());
-    QVERIFY(control->isEnabled());
-    if (layout == QLatin1String("gridLayout"))
-        QCOMPARE(CellOf(Named<QGridLayout>(dialog, "gridLayout"), control), place);
-    else
-        QCOMPARE(NamesIn(Named<QHBoxLayout>(dialog, "hboxLayout")).value(place.toInt()),
-                 control->objectName());
-}
-
-void tst_AppGenerateMd5Dialog::lineIsBetweenTheGridAndTheButtons()
-{
-    const OpenDialog dialog;
-    const auto *const line = Named<QFrame>(dialog, "line");
-    QCOMPARE(line->frameShape(), QFrame::HLine);
-    QVERIFY(line->geometry().top() > dialog.ShowText()->geometry().bottom());
-    QVERIFY(line->geometry().bottom() < Named<>(dialog, "okButton")->geometry().top());
-}
-
-void tst_AppGenerateMd5Dialog::textsAreTranslated()
-{
-    MarkingTranslator translator;
-    QVERIFY(QCoreApplication::installTranslator(&translator));
-    const AppGenerateMd5Dialog dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("[AppGenerateMd5Dialog]Generate MD5"));
-    QCOMPARE(Named<QLabel>(dialog, "label")->text(), QStringLiteral("[AppGenerateMd5Dialog]Text"));
-    QCOMPARE(Named<QCheckBox>(dialog, "showText")->text(),
-             QStringLiteral("[AppGenerateMd5Dialog]Show Text"));
-    QCOMPARE(Named<QPushButton>(dialog, "okButton")->text(),
-             QStringLiteral("[AppGenerateMd5Dialog]OK"));
-    QCOMPARE(Named<QPushButton>(dialog, "cancelButton")->text(),
-             QStringLiteral("[AppGenerateMd5Dialog]Cancel"));
 }
 
 void tst_AppGenerateMd5Dialog::textIsMaskedAtFirst()
@@ -329,60 +209,6 @@ void tst_AppGenerateMd5Dialog::lengthCountsModulo65536()
     QCOMPARE(dialog.mDigest, digest);
 }
 
-void tst_AppGenerateMd5Dialog::acceptHashesAndCloses()
-{
-    OpenDialog dialog;
-    dialog.accept();
-    QCOMPARE(dialog.Result(), int(QDialog::Accepted));
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(dialog.mDigest, EMPTY_DIGEST);
-}
-
-void tst_AppGenerateMd5Dialog::enterAccepts_data()
-{
-    QTest::addColumn<int>("key");
-
-    QTest::newRow("return") << int(Qt::Key_Return);
-    QTest::newRow("enter-of-the-keypad") << int(Qt::Key_Enter);
-}
-
-void tst_AppGenerateMd5Dialog::enterAccepts()
-{
-    QFETCH(const int, key);
-    OpenDialog dialog;
-    Type(dialog.Field(), QStringLiteral("abc"));
-    Press(Qt::Key(key));
-    QCOMPARE(dialog.Result(), int(QDialog::Accepted));
-    QCOMPARE(dialog.mDigest, QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
-}
-
-void tst_AppGenerateMd5Dialog::cancelLeavesTheDigestEmpty()
-{
-    OpenDialog dialog;
-    Type(dialog.Field(), QStringLiteral("secret"));
-    Click(dialog, "cancelButton");
-    QCOMPARE(dialog.Result(), int(QDialog::Rejected));
-    QCOMPARE(dialog.mDigest, QString());
-}
-
-void tst_AppGenerateMd5Dialog::escapeLeavesTheDigestEmpty()
-{
-    OpenDialog dialog;
-    Type(dialog.Field(), QStringLiteral("secret"));
-    Press(Qt::Key_Escape);
-    QCOMPARE(dialog.Result(), int(QDialog::Rejected));
-    QCOMPARE(dialog.mDigest, QString());
-}
-
-void tst_AppGenerateMd5Dialog::closingLeavesTheDigestEmpty()
-{
-    OpenDialog dialog;
-    Type(dialog.Field(), QStringLiteral("secret"));
-    dialog.close();
-    QCOMPARE(dialog.Result(), int(QDialog::Rejected));
-    QCOMPARE(dialog.mDigest, QString());
-}
-
 void tst_AppGenerateMd5Dialog::digestIsThereAfterExec()
 {
     AppGenerateMd5Dialog dialog;
@@ -395,21 +221,6 @@ void tst_AppGenerateMd5Dialog::digestIsThereAfterExec()
     QCOMPARE(dialog.mDigest, QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
 }
 
-void tst_AppGenerateMd5Dialog::fieldHasTheFocusAtFirst()
-{
-    const OpenDialog dialog;
-    QCOMPARE(QApplication::focusWidget(), dialog.Field());
-}
-
-void tst_AppGenerateMd5Dialog::tabReachesEveryControl()
-{
-    const OpenDialog dialog;
-    const QStringList order{QStringLiteral("textEdit"), QStringLiteral("showText"),
-                            QStringLiteral("okButton"), QStringLiteral("cancelButton")};
-    QCOMPARE(TabOrder(dialog, "textEdit"), order);
-    QCOMPARE(BacktabOrder(dialog, "textEdit"), order);
-}
-
 void tst_AppGenerateMd5Dialog::blankKeyTogglesShowText()
 {
     const OpenDialog dialog;
@@ -417,28 +228,6 @@ void tst_AppGenerateMd5Dialog::blankKeyTogglesShowText()
     Press(Qt::Key_Space);
     QVERIFY(dialog.ShowText()->isChecked());
     QCOMPARE(dialog.Field()->echoMode(), QLineEdit::Normal);
-}
-
-void tst_AppGenerateMd5Dialog::screenReaderNamesEveryControl()
-{
-    const OpenDialog dialog;
-    QCOMPARE(Controls(dialog).size(), 4);
-    QCOMPARE(BadlySpoken(dialog), QStringList());
-    QCOMPARE(SpokenName(dialog.Field()), QStringLiteral("Text"));
-}
-
-void tst_AppGenerateMd5Dialog::nothingIsCutOff()
-{
-    const OpenDialog dialog;
-    QCOMPARE(CutOff(dialog), QStringList());
-}
-
-void tst_AppGenerateMd5Dialog::fieldTakesTheExtraWidth()
-{
-    OpenDialog dialog;
-    const int before = dialog.Field()->width();
-    dialog.resize(dialog.width() + 100, dialog.height());
-    QTRY_COMPARE(dialog.Field()->width(), before + 100);
 }
 
 QTEST_MAIN(tst_AppGenerateMd5Dialog)
