@@ -3,6 +3,9 @@
 
 #include "AppDiskHub.h"
 #include "AppPrivileges.h"
+#include "AppToolkitTexts.h"
+
+#include <QLocale>
 
 int main(int argc, char **argv)
 {
@@ -12,5 +15,9 @@ int main(int argc, char **argv)
     // Desktops find name and icon of the window by this.
     QApplication::setDesktopFileName(QStringLiteral("com.tesseline.DiskHub"));
     AppDiskHub hub(argc, argv);
+    // After the settings have been read, and gone before they are written.
+    AppToolkitTexts texts;
+    if (texts.Load(QLocale::system()))
+        QCoreApplication::installTranslator(&texts);
     return AppDiskHub::exec();
 }
