@@ -4,8 +4,11 @@
 #include "AppConsole.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QPainter>
 #include <QScrollBar>
 #include <QSignalBlocker>
+#include <QStyle>
+#include <QStyleOptionFrame>
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -44,6 +47,30 @@ void AppConsole::ShowAll()
     }
     if (mUnpainted)
         viewport()->repaint();
+}
+
+bool AppConsole::event(QEvent *event)
+{
+    const bool handled = QPlainTextEdit::event(event);
+    if (event->type() == QEvent::Paint && hasFocus()) {
+        QStyleOptionFrame option;
+        initStyleOption(&option);
+        QPainter painter(this);
+        style()->drawPrimitive(QStyle::PE_FrameLineEdit, &option, &painter, this);
+    }
+    return handled;
+}
+
+void AppConsole::focusInEvent(QFocusEvent *event)
+{
+    QPlainTextEdit::focusInEvent(event);
+    update(); // the frame
+}
+
+void AppConsole::focusOutEvent(QFocusEvent *event)
+{
+    QPlainTextEdit::focusOutEvent(event);
+    update();
 }
 
 void AppConsole::paintEvent(QPaintEvent *event)

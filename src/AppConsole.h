@@ -32,6 +32,11 @@ public:
     void ShowAll();
 
 protected:
+    /// Draws the frame as a field's: unlike a text area's it shows in every style who has the focus.
+    bool event(QEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+
     void paintEvent(QPaintEvent *event) override;
 
     /// The end stays in view if it was.

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "AppConsole.h"
+#include "HubSettings.h"
 
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextDocument>
@@ -10,6 +12,10 @@
 class tst_AppConsole : public QObject
 {
     Q_OBJECT
+
+public:
+    /// Runs before the application object is made: that is when the place of the settings is set.
+    static void initMain() { static const HubSettings settings; }
 
 private slots:
     // The text.
@@ -34,6 +40,9 @@ private slots:
     void endStaysInViewWhenUncoveredWhileLinesWait();
     void followsAgainAfterShrinking();
     void readerKeepsThePlaceWhenResized();
+
+    // The focus.
+    void frameShowsTheFocus();
 };
 
 namespace
@@ -358,6 +367,31 @@ void tst_AppConsole::readerKeepsThePlaceWhenResized()
     console.Append(QStringLiteral("next"));
     QVERIFY(console.CatchesUp());
     QCOMPARE(console.verticalScrollBar()->value(), 10);
+}
+
+void tst_AppConsole::frameShowsTheFocus()
+{
+    QWidget window;
+    window.resize(400, 300);
+    AppConsole console(&window);
+    QLineEdit other(&window);
+    console.setGeometry(10, 10, 380, 200);
+    other.setGeometry(10, 250, 380, 30);
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const EventCounter paints(&console, QEvent::Paint);
+    other.setFocus();
+    QCoreApplication::processEvents();
+    const QColor without = console.grab().toImage().pixelColor(100, 0);
+    const int painted = paints.Count();
+    console.setFocus();
+    QTRY_VERIFY(paints.Count() > painted); // without being asked
+    const QColor with = console.grab().toImage().pixelColor(100, 0);
+    QVERIFY(with != without);
+    other.setFocus();
+    QCOMPARE(console.grab().toImage().pixelColor(100, 0), without);
+    QCOMPARE(other.grab().toImage().pixelColor(100, 0), with); // as a field shows it
 }
 
 QTEST_MAIN(tst_AppConsole)
