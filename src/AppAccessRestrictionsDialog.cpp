@@ -5,10 +5,15 @@
 
 #include "AppDirectoryChooser.h"
 #include "AppGenerateMd5Dialog.h"
+#include "AppHint.h"
 #include "AppNewUserDialog.h"
+#include "AppScreenFit.h"
+#include "AppWheelGuard.h"
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
+#include <QShortcut>
 
 #include <utility>
 
@@ -19,12 +24,23 @@ namespace
 constexpr int PERMISSION_READ_ONLY = 0;
 constexpr int PERMISSION_READ_WRITE = 1;
 
+// A digest is to be seen whole.
+constexpr int DIGEST_LENGTH = 32;
+constexpr int FIELD_MARGINS = 20; // points: frame, margins and cursor
+
 } // namespace
 
 AppAccessRestrictionsDialog::AppAccessRestrictionsDialog(QWidget *parent, Qt::WindowFlags flags)
     : QDialog(parent, flags)
 {
     mUi.setupUi(this);
+    new AppScreenFit(this);
+    new AppWheelGuard(mUi.permissions);
+    mUi.md5Password->setMinimumWidth(
+        mUi.md5Password->fontMetrics().horizontalAdvance(QLatin1Char('0')) * DIGEST_LENGTH +
+        FIELD_MARGINS);
+    AppHint::ShowText(mUi.diskDirectory);
+    AppHint::ShowText(mUi.programDirectory);
     ConnectControls();
 
     const AppDiskHub &hub = *AppDiskHub::Instance();
@@ -52,6 +68,22 @@ void AppAccessRestrictionsDialog::ConnectControls()
             &Dialog::DiskDirectoryBrowseClicked);
     connect(mUi.programDirectoryBrowse, &QPushButton::clicked, this,
             &Dialog::ProgramDirectoryBrowseClicked);
+
+    mUi.userList->installEventFilter(this);
+    const auto *const remove =
+        new QShortcut(QKeySequence::Delete, mUi.userList, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(remove, &QShortcut::activated, mUi.removeUser, &QPushButton::click);
+}
+
+bool AppAccessRestrictionsDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool down =
+        event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Down;
+    if (watched != mUi.userList || !down || mUi.userList->currentRow() > 0 ||
+        !mUi.userList->selectedItems().isEmpty())
+        return QDialog::eventFilter(watched, event);
+    mUi.userList->setCurrentRow(0);
+    return true;
 }
 
 void AppAccessRestrictionsDialog::SyncUi() {}
@@ -101,6 +133,7 @@ void AppAccessRestrictionsDialog::AddUserClicked()
         if (AppDiskHub::Instance()->User(name) == nullptr)
             break;
         QMessageBox box;
+        box.setWindowTitle(tr("Disk Hub"));
         box.setTextFormat(Qt::PlainText);
         box.setText(tr("The username '%1' already exists.").arg(name));
         box.setStandardButtons(QMessageBox::Ok);
@@ -117,6 +150,7 @@ void AppAccessRestrictionsDialog::RemoveUserClicked()
     if (user == nullptr)
         return;
     QMessageBox box;
+    box.setWindowTitle(tr("Disk Hub"));
     box.setText(tr("Remove User"));
     box.setInformativeText(tr("Are you sure you want to remove the user '%1'?").arg(user->name));
     // The box's own text format is not the informative text's: a name would be taken for markup.

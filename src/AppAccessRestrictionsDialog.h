@@ -36,6 +36,11 @@ public slots:
     void DiskDirectoryBrowseClicked();
     void ProgramDirectoryBrowseClicked();
 
+protected:
+    /// In the list of users: the first Down selects the first one, who is current but not selected
+    /// as soon as the list has the focus.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void ConnectControls();
     void EnableDirectories(bool enabled);

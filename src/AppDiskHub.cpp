@@ -181,6 +181,7 @@ AppDiskHub::AppDiskHub(int argc, char **argv) : QApplication(KeepArgc(argc), arg
     Log(tr("Copyright (c) 2026 the Disk Hub developers"));
     Log(QString());
     StartServer(); // A failure has been logged; the user can choose otherwise and restart.
+    mMainWindow->SyncHints();
 }
 
 AppDiskHub::~AppDiskHub()

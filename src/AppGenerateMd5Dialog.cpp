@@ -3,12 +3,14 @@
 
 #include "AppGenerateMd5Dialog.h"
 
+#include "AppScreenFit.h"
 #include "MxMd5.h"
 
 AppGenerateMd5Dialog::AppGenerateMd5Dialog(QWidget *parent, Qt::WindowFlags flags)
     : QDialog(parent, flags)
 {
     mUi.setupUi(this);
+    new AppScreenFit(this);
     connect(mUi.showText, &QCheckBox::clicked, this, &AppGenerateMd5Dialog::ShowTextClicked);
     mUi.textEdit->setEchoMode(QLineEdit::Password);
 }

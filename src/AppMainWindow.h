@@ -30,6 +30,10 @@ public:
     /// Shows every line of the console now; see AppConsole::ShowAll().
     void ShowConsole();
 
+    /// Makes the tool tips tell what interface and port wait for, and what the server listens on
+    /// meanwhile. To be called after the server was started or stopped by another than this window.
+    void SyncHints();
+
 public slots:
     void InterfaceChanged(int pIndex);
     void AccessRestrictionsChanged(int pState);
@@ -39,8 +43,15 @@ public slots:
     void ChooseDiskDirectory();
     void ChooseProgramDirectory();
 
+protected:
+    /// Follows a change of the font.
+    void changeEvent(QEvent *event) override;
+
 private:
     void FillInterfaces();
+
+    /// Keeps "Configure..." from growing with the window.
+    void LimitConfigure();
 
     Ui_AppMainWindow mUi;
 };

@@ -62,6 +62,9 @@ private slots:
     void enterAccepts();
     void keyboardAloneWorksTheDialog();
     void blankKeySelectsTheOnlyUser();
+    void firstDownSelectsTheFirstUser();
+    void downOnADeselectedUserGoesOn();
+    void downWithoutUsersDoesNothing();
     void screenReaderNamesEveryControl();
     void nothingIsCutOff();
     void longTextsDoNotWidenTheDialog();
@@ -599,6 +602,36 @@ void tst_AppAccessRestrictionsDialog::blankKeySelectsTheOnlyUser()
     Press(Qt::Key_Space);
     QVERIFY(hub.AllEnabled(EDITING, true));
     QCOMPARE(hub.Shown(), Text(ThreeUsers().at(0)));
+}
+
+void tst_AppAccessRestrictionsDialog::firstDownSelectsTheFirstUser()
+{
+    const DialogFixture hub;
+    for (int row = 0; row < 3; ++row) {
+        Press(Qt::Key_Down);
+        QCOMPARE(hub.List()->currentRow(), row);
+        QCOMPARE(hub.List()->selectedItems(), QList<QListWidgetItem *>{hub.List()->item(row)});
+        QCOMPARE(hub.Shown(), Text(ThreeUsers().at(row)));
+        QVERIFY(hub.AllEnabled(EDITING, true));
+    }
+}
+
+void tst_AppAccessRestrictionsDialog::downOnADeselectedUserGoesOn()
+{
+    const DialogFixture hub;
+    hub.Select(1);
+    ClickRow(hub.List(), 1, Qt::ControlModifier);
+    QVERIFY(hub.List()->selectedItems().isEmpty());
+    Press(Qt::Key_Down);
+    QCOMPARE(hub.List()->currentRow(), 2);
+}
+
+void tst_AppAccessRestrictionsDialog::downWithoutUsersDoesNothing()
+{
+    const DialogFixture hub(QList<USER>{});
+    Press(Qt::Key_Down);
+    QCOMPARE(hub.List()->currentRow(), -1);
+    QVERIFY(hub.AllEnabled(EDITING, false));
 }
 
 void tst_AppAccessRestrictionsDialog::screenReaderNamesEveryControl()

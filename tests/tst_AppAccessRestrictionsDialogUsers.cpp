@@ -35,6 +35,8 @@ private slots:
 
     // Removing.
     void removalIsAskedFor();
+    void deleteKeyAsksAsTheButtonDoes();
+    void deleteKeyNeedsASelectedUser();
     void namesAreAskedForAsTheyAre_data();
     void namesAreAskedForAsTheyAre();
     void removalNeedsAYes_data();
@@ -72,6 +74,14 @@ bool ShowsPlainText(const QMessageBox &message, const QString &text)
                (label->textFormat() == Qt::AutoText && !Qt::mightBeRichText(text));
     }
     return false;
+}
+
+/// Whether a message box names the program and carries its icon.
+bool IsTheHubs(const QMessageBox &message)
+{
+    const QIcon icon(QStringLiteral(":/AppDiskHub/DiskHub.png"));
+    return message.windowTitle() == QLatin1String("Disk Hub") &&
+           message.windowIcon().pixmap(32, 32).toImage() == icon.pixmap(32, 32).toImage();
 }
 
 } // namespace
@@ -219,6 +229,7 @@ void tst_AppAccessRestrictionsDialogUsers::takenNameMessage()
         QCOMPARE(message->informativeText(), QString());
         QCOMPARE(message->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
         QVERIFY(message->parentWidget() == nullptr);
+        QVERIFY(IsTheHubs(*message));
         Press(Qt::Key_Escape);
     });
     answers.Then<AppNewUserDialog>([](AppNewUserDialog *dialog) { dialog->reject(); });
@@ -334,11 +345,45 @@ void tst_AppAccessRestrictionsDialogUsers::removalIsAskedFor()
         QCOMPARE(question->defaultButton(),
                  static_cast<QPushButton *>(question->button(QMessageBox::No)));
         QVERIFY(question->parentWidget() == nullptr);
+        QVERIFY(IsTheHubs(*question));
         QCOMPARE(hub.Users(), Texts(ThreeUsers()));
         Click(question->button(QMessageBox::No));
     });
     hub.Press("removeUser");
     QVERIFY(answer.Answered());
+}
+
+void tst_AppAccessRestrictionsDialogUsers::deleteKeyAsksAsTheButtonDoes()
+{
+    const DialogFixture hub;
+    hub.Select(1);
+    for (const auto button : {QMessageBox::No, QMessageBox::Yes}) {
+        ModalAnswer<QMessageBox> answer([&](QMessageBox *question) {
+            QCOMPARE(question->informativeText(),
+                     QStringLiteral("Are you sure you want to remove the user 'bob'?"));
+            Click(question->button(button));
+        });
+        Activate(&hub.Dialog());
+        QTest::keyClick(hub.List(), Qt::Key_Delete);
+        QVERIFY(answer.Answered());
+        QCOMPARE(hub->NumUsers(), button == QMessageBox::No ? 3 : 2);
+    }
+    QCOMPARE(hub.ListedNames(), (QStringList{QStringLiteral("alice"), QStringLiteral("carol")}));
+}
+
+void tst_AppAccessRestrictionsDialogUsers::deleteKeyNeedsASelectedUser()
+{
+    const DialogFixture hub;
+    ModalAnswer<QMessageBox> answer([](QMessageBox *question) { question->reject(); });
+    QTest::keyClick(hub.List(), Qt::Key_Delete);
+    QVERIFY(!answer.Answered());
+    // In a field the key deletes text.
+    hub.Select(1);
+    hub.Digest()->setFocus();
+    QTest::keyClick(hub.Digest(), Qt::Key_Home);
+    QTest::keyClick(hub.Digest(), Qt::Key_Delete);
+    QVERIFY(!answer.Answered());
+    QCOMPARE(hub->User(1)->md5, BOB_DIGEST.mid(1));
 }
 
 void tst_AppAccessRestrictionsDialogUsers::namesAreAskedForAsTheyAre_data()
