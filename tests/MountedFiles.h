@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstring>
 #include <sys/mount.h>
+#include <sys/resource.h>
 
 /// A file system of its own, so small that it can be filled. A test skips where none can be
 /// mounted, for Reason().

@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QSettings>
 #include <QTest>
+#include <QtEndian>
 #include <QTimer>
 
 #include <functional>
