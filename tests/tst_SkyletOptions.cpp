@@ -32,6 +32,12 @@ QString Text(const SkyletOptions::COMMAND &command)
            QLatin1Char(')');
 }
 
+QString ManPage()
+{
+    return QString::fromUtf8(
+        ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1.in")));
+}
+
 } // namespace
 
 class tst_SkyletOptions : public QObject
@@ -406,8 +412,7 @@ void tst_SkyletOptions::helpNamesAllExitCodes()
 
 void tst_SkyletOptions::manPageHasTheSameExitCodes()
 {
-    const QString page = QString::fromUtf8(
-        ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1.in")));
+    const QString page = ManPage();
     QString table;
     for (const QString &line : SkyletExit::Table().split(QLatin1Char('\n')))
         table += line.mid(2) + QLatin1Char('\n');
@@ -417,8 +422,7 @@ void tst_SkyletOptions::manPageHasTheSameExitCodes()
 
 void tst_SkyletOptions::manPageNamesAllOptions()
 {
-    const QString page = QString::fromUtf8(
-        ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1.in")));
+    const QString page = ManPage();
     QStringList options;
     for (const QString &line : SkyletOptions::Help().split(QLatin1Char('\n'))) {
         const QString option =
@@ -435,8 +439,7 @@ void tst_SkyletOptions::manPageNamesAllOptions()
 
 void tst_SkyletOptions::manPageNamesAllCommands()
 {
-    const QString page =
-        QString::fromUtf8(ReadFile(QStringLiteral(DISK_HUB_SOURCE_DIR "/tools/skylet/skylet.1")));
+    const QString page = ManPage();
     const QString synopsis = page.section(QStringLiteral("\n.SH "), 2, 2);
     const QString commands = page.section(QStringLiteral("\n.SH "), 4, 4);
     QVERIFY(synopsis.startsWith(QStringLiteral("SYNOPSIS\n")));
