@@ -46,12 +46,15 @@ bool AppConnection::waitForReadyRead(int msecs)
 void AppConnection::disconnectFromHost()
 {
     // While something is still to be sent the toolkit reads no more, sends it, and calls again.
-    if (mSendingEnded || bytesToWrite() > 0 || !NeedsTwoSteps() ||
-        !EndSending(socketDescriptor())) {
+    if (mClosing || bytesToWrite() > 0) {
         QTcpSocket::disconnectFromHost();
         return;
     }
-    mSendingEnded = true;
+    mClosing = true; // The toolkit calls again, too, if it finds the peer gone.
+    if (!NeedsTwoSteps() || !EndSending(socketDescriptor())) {
+        QTcpSocket::disconnectFromHost();
+        return;
+    }
     connect(this, &QTcpSocket::readyRead, this, [this] { readAll(); });
     setSocketState(QAbstractSocket::ConnectedState);
     setReadBufferSize(UNREAD_MAX); // which makes the toolkit read again
@@ -67,7 +70,7 @@ bool AppConnection::NeedsTwoSteps()
 
 void AppConnection::Drop()
 {
-    mSendingEnded = true;
+    mClosing = true;
     abort();
 }
 

@@ -52,6 +52,6 @@ protected:
 private:
     bool NeedsTwoSteps();
 
-    qint64 mWritten = 0;        ///< bytes
-    bool mSendingEnded = false; ///< the peer has been told that nothing more will come
+    qint64 mWritten = 0;   ///< bytes
+    bool mClosing = false; ///< all was sent, and the first step or the only one is done
 };

@@ -32,7 +32,8 @@ public:
     void ShowAll();
 
 protected:
-    /// Draws the frame as a field's: unlike a text area's it shows in every style who has the focus.
+    /// Draws the frame as a field's: unlike a text area's it shows in every style who has the
+    /// focus.
     bool event(QEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;

@@ -74,8 +74,13 @@ QList<WireObject> Disks(const HubReply &reply)
 QStringList AsShown(const QStringList &lines)
 {
     QPlainTextEdit console;
-    for (const QString &line : lines)
+    for (QString line : lines) {
+        for (QChar &c : line) {
+            if (c.category() == QChar::Other_Control)
+                c = QChar(QChar::ReplacementCharacter);
+        }
         console.appendPlainText(line);
+    }
     return console.toPlainText().split(QLatin1Char('\n'));
 }
 

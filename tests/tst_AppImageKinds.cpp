@@ -257,7 +257,7 @@ void tst_AppImageKinds::documentsNameTheServedSizes_data()
                                                      QStringLiteral("known by its size alone"),
                                                      QStringLiteral("Not served")));
     QTest::newRow("man-page") << ClaimsOfSentence(
-        Between(Document(QStringLiteral("tools/check/disk-hub-check.1")),
+        Between(Document(QStringLiteral("tools/check/disk-hub-check.1.in")),
                 QStringLiteral(".B wrong\\-size"), QStringLiteral(".TP")));
 }
 
@@ -288,7 +288,7 @@ void tst_AppImageKinds::documentsNameTheServedTypes_data()
     QTest::addColumn<QString>("sentence");
 
     QTest::newRow("skylet's-man-page")
-        << Between(Document(QStringLiteral("tools/skylet/skylet.1")),
+        << Between(Document(QStringLiteral("tools/skylet/skylet.1.in")),
                    QStringLiteral("disk images, known by their"), QStringLiteral(". What stands"));
     QTest::newRow("metainfo") << Between(
         Document(QStringLiteral("packaging/com.tesseline.DiskHub.metainfo.xml.in")),
@@ -331,7 +331,7 @@ void tst_AppImageKinds::manPageNamesWhatIsNotServed()
     QFETCH(QString, remark);
     QFETCH(int, status);
 
-    const QString text = Between(Document(QStringLiteral("tools/check/disk-hub-check.1")), remark,
+    const QString text = Between(Document(QStringLiteral("tools/check/disk-hub-check.1.in")), remark,
                                  QStringLiteral(".TP"));
     QCOMPARE(ToSet(Captures(text, QStringLiteral("(D\\d\\d)"))),
              TypesThatAre(static_cast<AppImageKinds::STATUS>(status)));

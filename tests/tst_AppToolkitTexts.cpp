@@ -11,8 +11,8 @@
 #include <QMessageBox>
 #include <QSettings>
 #include <QTest>
-#include <QtEndian>
 #include <QTimer>
+#include <QtEndian>
 
 #include <functional>
 #include <memory>

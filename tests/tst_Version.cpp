@@ -115,6 +115,8 @@ void tst_Version::noOtherSourceStatesIt()
             files.append(it.next());
     }
     QVERIFY(!files.isEmpty());
+    // It says what was measured, whatever the version is now.
+    files.removeAll(QStringLiteral(DISK_HUB_SOURCE_DIR "/docs/performance.md"));
     for (const QString &file : std::as_const(files))
         QVERIFY2(!States(QString::fromLatin1(ReadFile(file))), qPrintable(file));
 }
