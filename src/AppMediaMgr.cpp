@@ -107,7 +107,7 @@ bool AppMediaMgr::Read(const QFileInfo &info, QByteArray *data) const
     if (!QFileInfo(path).isFile())
         return false;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly) || file.size() > READ_SIZE_MAX)
         return false;
     if (data != nullptr)
         *data = file.readAll();

@@ -52,8 +52,12 @@ public:
     void VisitPrograms(const QString &directory, const AppDosName &pattern,
                        const std::function<void(const PROGRAM &)> &visit) const;
 
+    /// Bytes of the largest file that a reply can carry: it is a buffer of less than 2 GiB, and the
+    /// last MiB is for what stands around the file.
+    static constexpr qint64 READ_SIZE_MAX = (Q_INT64_C(1) << 31) - (1 << 20);
+
     /// Whether what a search found can be opened. If so and `data` is not null, reads it all.
-    /// Anything but a regular file cannot.
+    /// Anything but a regular file cannot, nor one of more than READ_SIZE_MAX bytes.
     bool Read(const QFileInfo &info, QByteArray *data) const;
 
     /// Writes an image into `directory` itself, over a file of that name if there is one: the name

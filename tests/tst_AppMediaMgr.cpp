@@ -120,6 +120,8 @@ private slots:
     void readRefusesWhatHasBecomeAFifo();
     void readRefusesAFifoThatHasData();
     void readRefusesAnUnreadableFile();
+    void readRefusesWhatNoReplyCanCarry_data();
+    void readRefusesWhatNoReplyCanCarry();
 
     void diskGetsTheExtensionOfItsSize_data();
     void diskGetsTheExtensionOfItsSize();
@@ -724,6 +726,34 @@ void tst_AppMediaMgr::readRefusesAnUnreadableFile()
     QCOMPARE(FoundPrograms(), QStringList{QStringLiteral("a.prg")});
     QVERIFY(!AppMediaMgr::Instance().Read(QFileInfo(Path("a.prg")), &data));
     QVERIFY(!AppMediaMgr::Instance().Read(QFileInfo(Path("a.prg")), nullptr));
+}
+
+void tst_AppMediaMgr::readRefusesWhatNoReplyCanCarry_data()
+{
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<bool>("opened");
+
+    QTest::newRow("as-much-as-it-can") << Q_INT64_C(0x7FF00000) << true;
+    QTest::newRow("one-byte-more") << Q_INT64_C(0x7FF00001) << false;
+    QTest::newRow("2-gib") << Q_INT64_C(0x80000000) << false;
+    QTest::newRow("4-gib") << Q_INT64_C(0x100000000) << false;
+    QTest::newRow("4-gib-and-a-byte") << Q_INT64_C(0x100000001) << false;
+}
+
+void tst_AppMediaMgr::readRefusesWhatNoReplyCanCarry()
+{
+    QFETCH(qint64, size);
+    QFETCH(bool, opened);
+
+    QVERIFY(WriteSparseFile(Path("a.prg"), size));
+    QCOMPARE(FoundPrograms(), QStringList{QStringLiteral("a.prg")});
+    const AppMediaMgr &media = AppMediaMgr::Instance();
+    QCOMPARE(media.Read(QFileInfo(Path("a.prg")), nullptr), opened);
+    QByteArray data = "from before";
+    // What can be read is so large that the test leaves it.
+    if (!opened)
+        QVERIFY(!media.Read(QFileInfo(Path("a.prg")), &data));
+    QCOMPARE(data, QByteArray("from before"));
 }
 
 void tst_AppMediaMgr::diskGetsTheExtensionOfItsSize_data()
