@@ -7,6 +7,7 @@
 #include "AppFileWriter.h"
 #include "AppImageKinds.h"
 #include "AppMediaWalk.h"
+#include "AppWindowsName.h"
 
 #include <QDir>
 #include <QFile>
@@ -35,6 +36,10 @@ QString Write(const QString &directory, const QString &fileName, const QByteArra
     // A "/" or the like in a name that came from the network would lead out of the directory.
     if (info.fileName() != fileName || fileName.contains(QChar::Null))
         return QString();
+#ifdef Q_OS_WIN
+    if (AppWindowsName::IsNoFile(fileName))
+        return QString();
+#endif
     // Opening a FIFO or a device could block for ever.
     if (info.exists() && !info.isFile())
         return QString();
