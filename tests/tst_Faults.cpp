@@ -141,6 +141,22 @@ private:
     bool mMade = false;
 };
 
+/// What is stored as a disk in a round of uploads.
+QByteArray ImageOf(int round, int disk)
+{
+    return Image(D82_SIZE, unsigned(round * 100 + disk));
+}
+
+/// The request that stores all disks of a round.
+QByteArray UploadOf(int round)
+{
+    WirePackage package;
+    for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
+        package.objects.append(
+            Disk(("disk" + QByteArray::number(i)).constData(), ImageOf(round, i), 4, true));
+    return MultipartRequest({{"cmd", "3"}}, package.Bytes());
+}
+
 /// Asks until what the toolkit opens once, for a console that scrolls and has been painted so, is
 /// open.
 bool FillConsole(const HubProcess &hub)
@@ -173,6 +189,7 @@ private slots:
     void fullDiskKeepsWhatWasStored();
     void fileThatCannotGrowKeepsWhatWasStored();
     void writeThatStopsHalfWayIsUndone();
+    void fileThatCannotBeRenamedOverIsReplaced();
     void directoryThatCannotBeWrittenIsServed();
     void removedDirectoryIsEmptyUntilItComesBack();
     void oddEntryHoldsUpNobody_data();
@@ -411,6 +428,21 @@ void tst_Faults::writeThatStopsHalfWayIsUndone()
     QCOMPARE(manager.AddUpdateDisk(media.disks.path(), games, second), QString());
     QCOMPARE(manager.AddUpdateDisk(media.disks.path(), fresh, second), QString());
     QCOMPARE(Snapshot(media.disks.path()), before);
+}
+
+void tst_Faults::fileThatCannotBeRenamedOverIsReplaced()
+{
+    const QByteArray program = Image(100000, 1);
+    const Media media;
+    QVERIFY(WriteFile(media.Program("hello.prg"), "\x01\x08hello"));
+    const MountedFile file(media.Program("hello.prg"));
+    if (!file.IsMounted())
+        QSKIP(file.Reason().constData());
+    HubProcess hub;
+    QVERIFY(hub.Start(media.Section()));
+    QCOMPARE(Upload(hub, ProgramObject("hello", program)), RESULT_OK);
+    QVERIFY(Download(hub, "hello") == program);
+    QCOMPARE(Snapshot(media.programs.path()).size(), 1);
 }
 
 void tst_Faults::directoryThatCannotBeWrittenIsServed()
@@ -679,24 +711,14 @@ void tst_Faults::killedWhileStoringLosesNothing()
     QStringList paths;
     for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
         paths.append(media.disks.filePath(QStringLiteral("disk%1.d82").arg(i)));
-    const auto image = [](int round, int disk) {
-        return Image(D82_SIZE, unsigned(round * 100 + disk));
-    };
-    const auto uploadOf = [&image](int round) {
-        WirePackage package;
-        for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-            package.objects.append(
-                Disk(("disk" + QByteArray::number(i)).constData(), image(round, i), 4, true));
-        return MultipartRequest({{"cmd", "3"}}, package.Bytes());
-    };
     QList<QByteArray> stored;
     for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i) {
-        stored.append(image(0, i));
+        stored.append(ImageOf(0, i));
         QVERIFY(WriteFile(paths.at(i), stored.at(i)));
     }
 
     for (int round = 1; round <= ROUNDS; ++round) {
-        const QByteArray request = uploadOf(round);
+        const QByteArray request = UploadOf(round);
         HubProcess hub;
         QVERIFY(hub.Start(media.Section()));
         QTcpSocket device;
@@ -719,21 +741,21 @@ void tst_Faults::killedWhileStoringLosesNothing()
 
         for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i) {
             const QByteArray found = ReadFile(paths.at(i));
-            const QByteArray sent = image(round, i);
+            const QByteArray sent = ImageOf(round, i);
             QVERIFY2(found == stored.at(i) || found == sent, qPrintable(paths.at(i)));
             stored[i] = found;
         }
-        QVERIFY(stored.at(watched) == image(round, watched));
+        QVERIFY(stored.at(watched) == ImageOf(round, watched));
     }
 
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
     const HubReply reply = hub.Ask(MultipartRequest({{"cmd", "3"}}, QByteArray()));
     QVERIFY(reply.Package().valid);
-    const QByteArray request = uploadOf(ROUNDS + 1);
+    const QByteArray request = UploadOf(ROUNDS + 1);
     QCOMPARE(hub.Ask(request).Package().result, RESULT_OK);
     for (int i = 0; i < DISKS_IN_A_PACKAGE; ++i)
-        QVERIFY(ReadFile(paths.at(i)) == image(ROUNDS + 1, i));
+        QVERIFY(ReadFile(paths.at(i)) == ImageOf(ROUNDS + 1, i));
 }
 
 void tst_Faults::killedInTheMiddleOfAFileLosesNothing()
