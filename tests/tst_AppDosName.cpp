@@ -73,6 +73,22 @@ QVector<QByteArray> AllTexts(const QByteArray &alphabet, int length)
     return texts;
 }
 
+/// Columns and rows of candidates and patterns.
+struct MATCH_ROWS {
+    MATCH_ROWS()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("pattern");
+        QTest::addColumn<bool>("matches");
+    }
+
+    void operator()(const char *claim, const QByteArray &name, const QByteArray &pattern,
+                    bool matches) const
+    {
+        QTest::newRow(claim) << name << pattern << matches;
+    }
+};
+
 } // namespace
 
 class tst_AppDosName : public QObject
@@ -90,6 +106,8 @@ private slots:
 
     void matchesPattern_data();
     void matchesPattern();
+    void matchesWildcards_data();
+    void matchesWildcards();
     void anyByteMatchesItselfOnly();
     void matchesLikeWholeStringsForAllShortNames();
     void matchesLikeWholeStringsForRandomFields();
@@ -183,13 +201,7 @@ void tst_AppDosName::lengthIsThePlaceOfTheFirstPadding()
 
 void tst_AppDosName::matchesPattern_data()
 {
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("pattern");
-    QTest::addColumn<bool>("matches");
-
-    const auto row = [](const char *claim, const QByteArray &name, const QByteArray &pattern,
-                        bool matches) { QTest::newRow(claim) << name << pattern << matches; };
-
+    const MATCH_ROWS row;
     row("equal-names-match", "ABC", "ABC", true);
     row("other-character-does-not-match", "ABC", "ABD", false);
     row("other-first-character-does-not-match", "ABC", "XBC", false);
@@ -201,6 +213,29 @@ void tst_AppDosName::matchesPattern_data()
     row("empty-pattern-accepts-no-other-name", "A", "", false);
     row("empty-name-needs-empty-pattern", "", "A", false);
 
+    row("16-equal-characters-match", "ABCDEFGHIJKLMNOP", "ABCDEFGHIJKLMNOP", true);
+    row("last-of-16-characters-counts", "ABCDEFGHIJKLMNOP", "ABCDEFGHIJKLMNOX", false);
+
+    row("text-after-padding-of-name-is-ignored", WithPadding("AB|CD"), "AB", true);
+    row("text-after-padding-of-pattern-is-ignored", "AB", WithPadding("AB|CD"), true);
+    row("star-after-padding-of-pattern-is-ignored", "ABC", WithPadding("AB|*"), false);
+    row("text-after-both-paddings-is-ignored", WithPadding("AB|CD"), WithPadding("AB|XY"), true);
+    row("name-does-not-go-on-after-padding", WithPadding("AB|CD"), "AB?CD", false);
+}
+
+void tst_AppDosName::matchesPattern()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, pattern);
+    QFETCH(bool, matches);
+
+    QCOMPARE(Name(name).MatchesPattern(Name(pattern)), matches);
+    QCOMPARE(FitsAsStrings(Field(name), Field(pattern)), matches);
+}
+
+void tst_AppDosName::matchesWildcards_data()
+{
+    const MATCH_ROWS row;
     row("star-accepts-any-name", "GAMES", "*", true);
     row("star-accepts-empty-name", "", "*", true);
     row("star-accepts-16-characters", "ABCDEFGHIJKLMNOP", "*", true);
@@ -228,30 +263,16 @@ void tst_AppDosName::matchesPattern_data()
     row("question-mark-before-star-needs-a-character", "A", "A?*", false);
     row("question-mark-before-star-accepts-more", "ABC", "A?*", true);
 
-    row("16-equal-characters-match", "ABCDEFGHIJKLMNOP", "ABCDEFGHIJKLMNOP", true);
-    row("last-of-16-characters-counts", "ABCDEFGHIJKLMNOP", "ABCDEFGHIJKLMNOX", false);
-
     row("star-in-name-is-itself", "A*", "A*", true);
     row("star-in-name-is-no-wildcard", "A*", "ABC", false);
     row("star-in-name-is-no-end", "*", "", false);
     row("question-mark-in-name-is-no-wildcard", "A?C", "ABC", false);
     row("question-mark-in-name-is-itself", "A?C", "A?C", true);
-
-    row("text-after-padding-of-name-is-ignored", WithPadding("AB|CD"), "AB", true);
-    row("text-after-padding-of-pattern-is-ignored", "AB", WithPadding("AB|CD"), true);
-    row("star-after-padding-of-pattern-is-ignored", "ABC", WithPadding("AB|*"), false);
-    row("text-after-both-paddings-is-ignored", WithPadding("AB|CD"), WithPadding("AB|XY"), true);
-    row("name-does-not-go-on-after-padding", WithPadding("AB|CD"), "AB?CD", false);
 }
 
-void tst_AppDosName::matchesPattern()
+void tst_AppDosName::matchesWildcards()
 {
-    QFETCH(QByteArray, name);
-    QFETCH(QByteArray, pattern);
-    QFETCH(bool, matches);
-
-    QCOMPARE(Name(name).MatchesPattern(Name(pattern)), matches);
-    QCOMPARE(FitsAsStrings(Field(name), Field(pattern)), matches);
+    matchesPattern();
 }
 
 void tst_AppDosName::anyByteMatchesItselfOnly()
