@@ -9,8 +9,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLatin1String>
+#include <QStringList>
 #include <QVariant>
 #include <QtGlobal>
+
+#include <utility>
 
 namespace
 {
@@ -48,12 +51,13 @@ constexpr QFileDevice::Permissions OWNER_READS_AND_WRITES =
 /// Makes the directory, and those that lead to it, if there is none.
 void MakePrivateDirectory(const QString &path)
 {
-    const QFileInfo info(path);
-    if (info.exists())
-        return;
-    MakePrivateDirectory(info.path());
-    if (QDir().mkdir(path))
-        QFile::setPermissions(path, OWNER_READS_AND_WRITES | QFileDevice::ExeOwner);
+    QStringList missing; // the outermost first
+    for (QString outer = path; !QFileInfo::exists(outer); outer = QFileInfo(outer).path())
+        missing.prepend(outer);
+    for (const QString &directory : std::as_const(missing)) {
+        if (QDir().mkdir(directory))
+            QFile::setPermissions(directory, OWNER_READS_AND_WRITES | QFileDevice::ExeOwner);
+    }
 }
 
 /// Takes the file from everybody but its owner, and makes an empty one if there is none. One that
