@@ -36,9 +36,9 @@ AppAccessRestrictionsDialog::AppAccessRestrictionsDialog(QWidget *parent, Qt::Wi
     mUi.setupUi(this);
     new AppScreenFit(this);
     new AppWheelGuard(mUi.permissions);
-    mUi.md5Password->setMinimumWidth(
-        mUi.md5Password->fontMetrics().horizontalAdvance(QLatin1Char('0')) * DIGEST_LENGTH +
-        FIELD_MARGINS);
+    const QString digest(DIGEST_LENGTH, QLatin1Char('0'));
+    mUi.md5Password->setMinimumWidth(mUi.md5Password->fontMetrics().horizontalAdvance(digest) +
+                                     FIELD_MARGINS);
     AppHint::ShowText(mUi.diskDirectory);
     AppHint::ShowText(mUi.programDirectory);
     ConnectControls();
