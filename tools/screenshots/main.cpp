@@ -1,8 +1,9 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
-// disk-hub-pictures DIRECTORY: opens the windows of a hub that has something to show and writes a
-// picture of each to DIRECTORY. The settings are its own, and the requests in the console are real.
+// disk-hub-pictures DIRECTORY light|dark: opens the windows of a hub that has something to show and
+// writes a picture of each to DIRECTORY, as on a desktop of light or of dark colours. The settings
+// are its own, and the requests in the console are real.
 
 #include "AppAccessRestrictionsDialog.h"
 #include "AppDiskHub.h"
@@ -16,6 +17,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPalette>
 #include <QPixmap>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -27,6 +29,9 @@ namespace
 
 constexpr int PORT = 6410;
 constexpr int TIMEOUT_MS = 10000;
+
+const char *const LIGHT = "light"; // the style's own colours
+const char *const DARK = "dark";   // added to the names of the pictures
 
 struct PERSON {
     const char *name;
@@ -121,13 +126,26 @@ bool AskAll(const QTcpServer &server)
            Ask(server, Request(guest, guest.password, "cmd=3"));
 }
 
-/// Shows the window, has it painted with nothing that blinks, and writes it to `name`.png.
+/// What a desktop with dark colours hands to its programs.
+QPalette DarkPalette()
+{
+    QPalette palette(QColor(0x32, 0x32, 0x32));
+    palette.setColor(QPalette::Base, QColor(0x24, 0x24, 0x24));
+    palette.setColor(QPalette::Highlight, QColor(0x30, 0x8C, 0xC6));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    return palette;
+}
+
+/// Shows the window, has it painted with nothing that blinks, and writes it to `name`.png, or to
+/// `name`-dark.png.
 bool TakePicture(QWidget *window, const char *name)
 {
+    const bool dark = QApplication::arguments().constLast() == QLatin1String(DARK);
     window->show();
     window->activateWindow();
     QCoreApplication::processEvents();
-    const QString path = QStringLiteral("%1.png").arg(QLatin1String(name));
+    const QString path =
+        QLatin1String(name) + (dark ? QStringLiteral("-dark.png") : QStringLiteral(".png"));
     return window->grab().save(path) || Complain(QStringLiteral("cannot write ") + path);
 }
 
@@ -152,8 +170,9 @@ bool TakePictures(AppDiskHub *hub)
 
 int main(int argc, char **argv)
 {
-    if (argc != 2 || !QDir::setCurrent(QFile::decodeName(argv[1]))) {
-        Complain(QStringLiteral("give the directory for the pictures"));
+    const QByteArray colours = argc == 3 ? argv[2] : "";
+    if ((colours != LIGHT && colours != DARK) || !QDir::setCurrent(QFile::decodeName(argv[1]))) {
+        Complain(QStringLiteral("give the directory for the pictures, and \"light\" or \"dark\""));
         return 2;
     }
     const QTemporaryDir home;
@@ -163,6 +182,8 @@ int main(int argc, char **argv)
         return 1;
     }
     QApplication::setStyle(QStringLiteral("fusion"));
+    if (colours == DARK)
+        QApplication::setPalette(DarkPalette());
     AppDiskHub hub(argc, argv);
     QApplication::setCursorFlashTime(0);
     AddPeople(&hub);
