@@ -3,6 +3,7 @@
 
 #include "AppConsole.h"
 
+#include <QAbstractEventDispatcher>
 #include <QAbstractTextDocumentLayout>
 #include <QPainter>
 #include <QScrollBar>
@@ -45,8 +46,10 @@ void AppConsole::ShowAll()
         mDelay.stop();
         LayOut();
     }
-    if (mUnpainted)
-        viewport()->repaint();
+    if (!mUnpainted)
+        return;
+    viewport()->repaint();
+    emit QAbstractEventDispatcher::instance()->aboutToBlock(); // the event loop does not get to it
 }
 
 bool AppConsole::event(QEvent *event)

@@ -15,7 +15,8 @@
 ///   that layout for every size; so what it missed while they were blocked can be made up for by
 ///   emitting them once;
 /// - a block that is painted or scrolled to is laid out then, if it has not been yet;
-/// - repaint() hands the picture to the screen before it returns.
+/// - repaint() paints before it returns, and where the platform collects what is for the screen, it
+///   hands it over when the event loop says that it is about to block.
 class AppConsole : public QPlainTextEdit
 {
 public:

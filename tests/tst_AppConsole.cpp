@@ -4,6 +4,7 @@
 #include "AppConsole.h"
 #include "HubSettings.h"
 
+#include <QAbstractEventDispatcher>
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QTest>
@@ -253,8 +254,12 @@ void tst_AppConsole::showAllPaintsWaitingLines()
     console.Append(QStringLiteral("waiting"));
     QVERIFY(console.Below() == 0 && paints.Count() == 0);
     const int lines = console.verticalScrollBar()->maximum();
+    // The platform may hand over then only what was painted.
+    int paintedBeforeBlocking = 0;
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &console,
+            [&] { paintedBeforeBlocking = paints.Count(); });
     console.ShowAll();
-    QVERIFY(paints.Count() > 0);
+    QVERIFY(paintedBeforeBlocking > 0);
     QCOMPARE(console.verticalScrollBar()->maximum(), lines + 1);
     QCOMPARE(console.Below(), 0);
     QVERIFY(!console.Delay()->isActive());
