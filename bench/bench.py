@@ -37,10 +37,11 @@ def measure(build, quick, chosen):
         about = machine.describe(build, work)
         for line in machine.lines(about):
             print(line)
-        print(f"\n{'what':38} {'against':42} {'ratio':>7} {'quartiles':>12}  {'goal':>5}")
-        bench = Bench(Servers(build, work), work, quick)
-        for name in chosen:
-            getattr(bench, name)()
+        print(f"\n{'what':41} {'against':40} {'ratio':>7} {'quartiles':>12}  {'goal':>5}")
+        with Servers(build, work) as servers:
+            bench = Bench(servers, work, quick)
+            for name in chosen:
+                getattr(bench, name)()
         about["busy"] = max(about["busy"], machine.others_busy())
     finally:
         shutil.rmtree(work, ignore_errors=True)

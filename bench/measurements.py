@@ -147,7 +147,7 @@ class Bench:
                           "spread": spread})
         between = f"{spread[0]:.2f}-{spread[1]:.2f}" if spread else ""
         missed = "  MISSED" if goal is not None and ratio > goal else ""
-        print(f"{what:38} {against:42} {ratio:7.2f} {between:>12}  "
+        print(f"{what:41} {against:40} {ratio:7.2f} {between:>12}  "
               f"{goal if goal is not None else '':>5}{missed}", flush=True)
 
     def ratios(self, what, timings, rivals, hub="hub"):
@@ -218,8 +218,8 @@ class Bench:
                 idle, peak, after = self.memory_of(hub, requests, before)
             peaks.append((peak - idle) * 1024 / payload)
             kept.append((after - idle) * 1024 / payload)
-        self.row(f"{what}: peak memory above idle", "size of what is sent", max(peaks), goal)
-        self.row(f"{what}: kept 0.3 s later", "size of what is sent", max(kept), 0.25)
+        self.row(f"{what}, peak memory", "size of what is sent", max(peaks), goal)
+        self.row(f"{what}, memory kept", "size of what is sent", max(kept), 0.25)
 
     def download(self):
         images = self.images()

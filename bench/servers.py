@@ -11,6 +11,7 @@ import sys
 import time
 
 POLL_SECONDS = 0.0005  # how finely a start is timed
+LISTEN_SECONDS = 60  # a busy machine may need many of them
 
 
 def free_port():
@@ -20,18 +21,16 @@ def free_port():
 
 
 class Server:
-    """A process that listens at a port; `startup` is the seconds that it took to."""
+    """A process that listens at a port; `startup` is the seconds from `begin` until it did."""
 
-    def __init__(self, command, port, environment=None):
+    def __init__(self, process, port, begin):
         self.port = port
-        begin = time.monotonic()
-        self.process = subprocess.Popen([str(word) for word in command], env=environment,
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.process = process
         self._wait()
         self.startup = time.monotonic() - begin
 
     def _wait(self):
-        deadline = time.monotonic() + 20
+        deadline = time.monotonic() + LISTEN_SECONDS
         while time.monotonic() < deadline:
             with contextlib.suppress(OSError):
                 socket.create_connection(("127.0.0.1", self.port)).close()
@@ -62,18 +61,34 @@ class Server:
         pathlib.Path(f"/proc/{self.process.pid}/clear_refs").write_text("5")
 
     def stop(self):
+        """May be called again."""
         self.process.kill()
         self.process.wait()
 
 
 class Servers:
-    """Starts them; each one's files are below `work`."""
+    """Starts them and, when it ends, stops what is left; each one's files are below `work`."""
 
     def __init__(self, build, work):
         self.program = build / "disk-hub"
         self.floors = build / "bench"
         self.work = work
         self.offscreen = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+        self.started = []
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for process in self.started:
+            process.kill()
+
+    def start(self, command, port, environment=None):
+        begin = time.monotonic()
+        process = subprocess.Popen([str(word) for word in command], env=environment,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.started.append(process)
+        return Server(process, port, begin)
 
     def hub(self, disks="", programs=""):
         port = free_port()
@@ -82,11 +97,11 @@ class Servers:
         (config / "Tesseline LLC" / "Disk Hub.conf").write_text(
             f"[media]\ndisk_path={disks}\nprogram_path={programs}\n"
             f"[server]\nport={port}\nactive_ifc_name=lo\nactive_ifc_addr=127.0.0.1\n")
-        return Server([self.program], port, dict(self.offscreen, XDG_CONFIG_HOME=str(config)))
+        return self.start([self.program], port, dict(self.offscreen, XDG_CONFIG_HOME=str(config)))
 
     def floor(self, name, *arguments):
         port = free_port()
-        return Server([self.floors / name, port, *arguments], port, self.offscreen)
+        return self.start([self.floors / name, port, *arguments], port, self.offscreen)
 
     def c(self, *arguments):
         return self.floor("serve", *arguments)
@@ -106,14 +121,14 @@ class Servers:
             f" client_body_temp_path {root}; client_max_body_size 100m;\n"
             f" server {{ listen 127.0.0.1:{port} backlog=4096; root {root}; autoindex on;\n"
             " location / { dav_methods PUT; create_full_put_path on; } } }\n")
-        return Server(["nginx", "-c", conf, "-p", self.work], port)
+        return self.start(["nginx", "-c", conf, "-p", self.work], port)
 
     def http_server(self, root):
         port = free_port()
-        return Server([sys.executable, "-m", "http.server", port, "--bind", "127.0.0.1",
+        return self.start([sys.executable, "-m", "http.server", port, "--bind", "127.0.0.1",
                        "--directory", root], port)
 
     def scandir(self, disks, programs):
         port = free_port()
         script = pathlib.Path(__file__).parent / "floors" / "scandir.py"
-        return Server([sys.executable, script, port, disks, programs], port)
+        return self.start([sys.executable, script, port, disks, programs], port)

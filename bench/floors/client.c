@@ -166,7 +166,7 @@ int main(int argc, char **argv)
     int tenth = count / 10 > 0 ? count / 10 : 1;
     double first = median(latency, tenth), last = median(latency + count - tenth, tenth);
     qsort(latency, (size_t)count, sizeof *latency, by_value);
-    printf("%.1f %.1f %.1f %.1f %.1f %.1f %d\n", count / seconds, latency[count / 2],
+    printf("%.6f %.1f %.1f %.1f %.1f %.1f %d\n", count / seconds, latency[count / 2],
            latency[count * 99L / 100], latency[count - 1], first, last, failures);
     return 0;
 }
