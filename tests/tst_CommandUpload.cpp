@@ -285,7 +285,6 @@ void tst_CommandUpload::uploadLogsTheNameInAscii_data()
     QTest::newRow("markup") << QByteArray("<B>&AMP;") << "<b>&amp;";
     QTest::newRow("empty-name") << QByteArray() << "";
     QTest::newRow("two-dots") << QByteArray("..") << "..";
-    QTest::newRow("no-break-of-the-line") << QByteArray("A\tB") << "a\tb";
     QTest::newRow("latin-1") << QByteArray("\xE9\xFF") << QString::fromUtf8("\xC3\xA9\xC3\xBF");
 }
 

@@ -58,13 +58,14 @@ int SkyletUpload::Identify(const QString &path, const QString &name, OBJECT *obj
 {
     const QFileInfo info(path);
     const QString shown = QDir::toNativeSeparators(path);
-    if (!AppMediaMgr::Instance().Read(info, nullptr)) {
-        *error = tr("%1 cannot be read").arg(shown);
-        return -1;
-    }
     object->path = path;
     object->isProgram = info.suffix().compare(QLatin1String("prg"), Qt::CaseInsensitive) == 0;
     const int type = AppImageKinds::TypeOfSize(info.size());
+    const bool isTooLarge = info.size() > AppMediaMgr::READ_SIZE_MAX; // for any kind of file
+    if (!isTooLarge && !AppMediaMgr::Instance().Read(info, nullptr)) {
+        *error = tr("%1 cannot be read").arg(shown);
+        return -1;
+    }
     if (!object->isProgram && type == AppImageKinds::NO_DISKTYPE) {
         *error = tr("%1 is neither a program (.prg) nor, with %2 bytes, a disk image")
                      .arg(shown, QString::number(info.size()));
