@@ -9,10 +9,8 @@ namespace
 /// Those of the `count` bytes at `offset` that are there.
 QByteArray ReadWhatIsThere(const QByteArray &bytes, quint64 offset, quint64 count)
 {
-    QByteArray there;
-    for (quint64 i = offset; i < quint64(bytes.size()) && i - offset < count; ++i)
-        there.append(bytes.at(int(i)));
-    return there;
+    const quint64 size = quint64(bytes.size());
+    return offset < size ? bytes.mid(int(offset), int(qMin(count, size - offset))) : QByteArray();
 }
 
 READ_PACKAGE Malformed()
