@@ -13,8 +13,6 @@
 namespace
 {
 
-const QLatin1String BYTE_ORDER_MARK("\xEF\xBB\xBF");
-
 /// The value of a hexadecimal digit, or -1.
 int HexValue(char c)
 {
@@ -60,15 +58,16 @@ bool IsAscii(QLatin1String bytes)
 }
 
 /// Sets `*text` to a piece of the UTF-8 text that begins at `begin`, in the memory it has if that
-/// is enough. A byte order mark counts as one at the beginning of the whole text alone.
+/// is enough.
 void SetText(QLatin1String piece, const char *begin, QString *text)
 {
+    const int size = static_cast<int>(piece.size());
     if (IsAscii(piece))
         *text = piece;
-    else if (piece.data() == begin || !piece.startsWith(BYTE_ORDER_MARK))
-        *text = QString::fromUtf8(piece.data(), static_cast<int>(piece.size()));
-    else
-        *text = QString::fromUtf8(piece.data() - 1, static_cast<int>(piece.size() + 1)).mid(1);
+    else if (piece.data() == begin)
+        *text = QString::fromUtf8(piece.data(), size);
+    else // With the separator before it: a byte order mark counts as one at the beginning alone.
+        *text = QString::fromUtf8(piece.data() - 1, size + 1).mid(1);
 }
 
 /// Takes off the white space around it.
