@@ -31,6 +31,21 @@ const QLatin1String ORIGIN("Origin:");
 // What the socket reads of a body at a time.
 constexpr int READ_STEP = 256 * 1024; // bytes
 
+// As much of a header line as is read without asking the heap for it.
+constexpr int LINE_START_SIZE = 512; // bytes
+
+/// The next line of any length, with its end. It must have arrived.
+QByteArray ReadLine(QTcpSocket *socket)
+{
+    // The socket's other function sets 16 KiB aside for each line.
+    char start[LINE_START_SIZE];
+    const qint64 size = socket->readLine(start, sizeof(start));
+    QByteArray line(start, static_cast<int>(std::max<qint64>(size, 0)));
+    if (!line.endsWith('\n'))
+        line += socket->readLine();
+    return line;
+}
+
 /// Whether a line is empty once white space is taken off, that of Latin-1 beyond ASCII too.
 bool IsBlank(QLatin1String line)
 {
@@ -84,7 +99,7 @@ void AppDeviceTransaction::ReadyRead()
 
 void AppDeviceTransaction::ReadHeaderLine(QTcpSocket *socket)
 {
-    const QByteArray bytes = socket->readLine();
+    const QByteArray bytes = ReadLine(socket);
     mReceived += bytes.size();
     const QLatin1String line = MxLatin1::TextOf(bytes.cbegin(), bytes.cend());
     if (IsBlank(line)) {

@@ -187,6 +187,7 @@ private slots:
     void bytesAfterCompletionChangeNothing();
     void extraSegmentIsNotWaitedFor();
     void malformedBodyIsValidAllTheSame();
+    void lineOfAnyLengthIsOneLine();
     void hugeHeadersAreRead_data();
     void hugeHeadersAreRead();
     void hugeBodyIsRead();
@@ -565,6 +566,17 @@ void tst_AppDeviceTransaction::malformedBodyIsValidAllTheSame()
     QVERIFY(exchange.transaction.mValid);
     QCOMPARE(exchange.transaction.mSocket, exchange.socket.get());
     QCOMPARE(Properties(exchange.transaction), QByteArray("usr=[bob] cmd=1"));
+}
+
+void tst_AppDeviceTransaction::lineOfAnyLengthIsOneLine()
+{
+    // What looks like the end of the headers, or like one of them, lies anywhere in a long line.
+    for (int size = 480; size < 1100; ++size) {
+        const QByteArray line = "X: " + QByteArray(size, ' ') + "Content-Length: 9\r\n";
+        const Exchange exchange({line + HttpPost(URL_ENCODED, "cmd=1")});
+        QVERIFY(exchange.transaction.mValid);
+        QCOMPARE(exchange.transaction.mCmd, 1);
+    }
 }
 
 void tst_AppDeviceTransaction::hugeHeadersAreRead_data()
