@@ -24,10 +24,6 @@ namespace
 constexpr int PERMISSION_READ_ONLY = 0;
 constexpr int PERMISSION_READ_WRITE = 1;
 
-// A digest is to be seen whole.
-constexpr int DIGEST_LENGTH = 32;
-constexpr int FIELD_MARGINS = 20; // points: frame, margins and cursor
-
 } // namespace
 
 AppAccessRestrictionsDialog::AppAccessRestrictionsDialog(QWidget *parent, Qt::WindowFlags flags)
@@ -36,9 +32,6 @@ AppAccessRestrictionsDialog::AppAccessRestrictionsDialog(QWidget *parent, Qt::Wi
     mUi.setupUi(this);
     new AppScreenFit(this);
     new AppWheelGuard(mUi.permissions);
-    const QString digest(DIGEST_LENGTH, QLatin1Char('0'));
-    mUi.md5Password->setMinimumWidth(mUi.md5Password->fontMetrics().horizontalAdvance(digest) +
-                                     FIELD_MARGINS);
     AppHint::ShowText(mUi.diskDirectory);
     AppHint::ShowText(mUi.programDirectory);
     ConnectControls();
