@@ -11,8 +11,9 @@
 
 /// Edits the users of the access restrictions.
 ///
-/// Every edit goes straight into the hub's list and holds for the next request. OK keeps the list
-/// as it is then; Cancel, Escape and closing put back the list as it was when the dialog was made.
+/// Every edit goes straight into the hub's list and takes effect with the next request. OK keeps
+/// the list as it is then; Cancel, Escape and closing put back the list as it was when the dialog
+/// was made.
 class AppAccessRestrictionsDialog : public QDialog
 {
     Q_OBJECT

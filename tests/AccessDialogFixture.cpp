@@ -137,7 +137,7 @@ void DialogFixture::Add(const QString &name) const
     });
     Press("addUser");
     if (!answer.Answered())
-        QFAIL("nobody asked for the name");
+        QFAIL("no dialog asked for the name");
 }
 
 void DialogFixture::Remove(QMessageBox::StandardButton button) const
@@ -146,5 +146,5 @@ void DialogFixture::Remove(QMessageBox::StandardButton button) const
         [&](QMessageBox *question) { Click(question->button(button)); });
     Press("removeUser");
     if (!answer.Answered())
-        QFAIL("nobody asked whether to remove");
+        QFAIL("no dialog asked whether to remove");
 }

@@ -135,7 +135,7 @@ QString CellOf(const QGridLayout *grid, QWidget *widget);
 /// The same for a layout inside the layout.
 QString CellOf(const QGridLayout *grid, const QLayout *layout);
 
-/// The names of the widgets and layouts that a layout holds itself, in order, spacers left out.
+/// The names of the widgets and layouts directly in a layout, in order, without the spacers.
 QStringList NamesIn(const QLayout *layout);
 
 bool TakesTab(const QWidget *widget);

@@ -28,9 +28,9 @@ private slots:
     void editsChangeTheCurrentUserOnly();
 
     // Requests while the dialog is open.
-    void editsHoldForTheNextRequest();
-    void removalHoldsForTheNextRequest();
-    void additionHoldsForTheNextRequest();
+    void editsApplyFromTheNextRequest();
+    void removalAppliesFromTheNextRequest();
+    void additionAppliesFromTheNextRequest();
 
 private:
     HubSettings mSettings;
@@ -233,7 +233,7 @@ void tst_AppAccessRestrictionsDialogEditing::editsChangeTheCurrentUserOnly()
     QCOMPARE(hub.Shown(), Text(users.at(2)));
 }
 
-void tst_AppAccessRestrictionsDialogEditing::editsHoldForTheNextRequest()
+void tst_AppAccessRestrictionsDialogEditing::editsApplyFromTheNextRequest()
 {
     const HubFixture hub;
     *hub->User(hub->AddUser(QStringLiteral("alice"))) =
@@ -257,7 +257,7 @@ void tst_AppAccessRestrictionsDialogEditing::editsHoldForTheNextRequest()
     QCOMPARE(SearchAs(hub, alice, ALICE_DIGEST), 0);
 }
 
-void tst_AppAccessRestrictionsDialogEditing::removalHoldsForTheNextRequest()
+void tst_AppAccessRestrictionsDialogEditing::removalAppliesFromTheNextRequest()
 {
     const DialogFixture hub;
     hub->mValidate = true;
@@ -271,7 +271,7 @@ void tst_AppAccessRestrictionsDialogEditing::removalHoldsForTheNextRequest()
     QCOMPARE(SearchAs(hub, bob, BOB_DIGEST), 0);
 }
 
-void tst_AppAccessRestrictionsDialogEditing::additionHoldsForTheNextRequest()
+void tst_AppAccessRestrictionsDialogEditing::additionAppliesFromTheNextRequest()
 {
     const DialogFixture hub;
     hub->mValidate = true;

@@ -35,7 +35,7 @@ private slots:
 
     // Access restrictions.
     void accessSwitchChangesTheHub();
-    void accessSwitchHoldsForTheNextRequest();
+    void accessSwitchAppliesFromTheNextRequest();
     void accessSwitchKeepsTheUsers();
     void halfCheckedIsOn();
     void anyStateButZeroIsOn_data();
@@ -46,7 +46,7 @@ private slots:
     void configureIgnoresItsArgument();
 
     // Directories.
-    void chosenDirectoryHoldsForTheNextRequest();
+    void chosenDirectoryAppliesFromTheNextRequest();
 
     // Console.
     void consoleGetsEachTextAsAParagraph();
@@ -301,7 +301,7 @@ void tst_AppMainWindowControls::accessSwitchChangesTheHub()
     QVERIFY(!hub.Configure()->isEnabled());
 }
 
-void tst_AppMainWindowControls::accessSwitchHoldsForTheNextRequest()
+void tst_AppMainWindowControls::accessSwitchAppliesFromTheNextRequest()
 {
     const WindowFixture hub;
     const QTcpServer *const server = hub->mServer;
@@ -403,7 +403,7 @@ void tst_AppMainWindowControls::configureIgnoresItsArgument()
     QVERIFY(!hub->mValidate);
 }
 
-void tst_AppMainWindowControls::chosenDirectoryHoldsForTheNextRequest()
+void tst_AppMainWindowControls::chosenDirectoryAppliesFromTheNextRequest()
 {
     const QTemporaryDir programs;
     QFile file(programs.filePath(QStringLiteral("hello.prg")));
