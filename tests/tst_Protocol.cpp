@@ -6,12 +6,14 @@
 #include "AppDosName.h"
 #include "AppMediaMgr.h"
 #include "AppPackage.h"
+#include "AppPendingReplies.h"
+#include "AppSettings.h"
 #include "HostFiles.h"
 #include "HubFixture.h"
+#include "ProtocolDocument.h"
 #include "SegmentSocket.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QMap>
 #include <QRegularExpression>
@@ -22,140 +24,11 @@
 
 #include <memory>
 
-// docs/protocol.md promises that its examples and tables are checked. Here they are: each one is
-// marked by a comment in front of it, such as "<!-- example: listing -->".
+// docs/protocol.md promises that its examples and tables are checked. Here they are; what its rules
+// say is in tst_ProtocolRules.cpp.
 
 namespace
 {
-
-/// A line of a table: the texts of its cells. Of a cell that starts with code only the code.
-using ROW = QStringList;
-
-/// What follows a mark in the document.
-struct MARKED {
-    QString kind; ///< "example", "table", "screen" or "layout"
-    QString name;
-    QStringList lines; ///< of the fence or table, without the fence's own lines
-    QString language;  ///< of the fence
-};
-
-QList<MARKED> ReadDocument()
-{
-    QFile file(QStringLiteral(DISK_HUB_SOURCE_DIR "/docs/protocol.md"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-    const QRegularExpression mark(
-        QStringLiteral("^<!-- (example|table|screen|layout): (\\S+) -->$"));
-
-    QList<MARKED> all;
-    for (int i = 0; i < lines.size(); ++i) {
-        const QRegularExpressionMatch match = mark.match(lines.at(i));
-        if (!match.hasMatch())
-            continue;
-        MARKED marked{match.captured(1), match.captured(2), {}, {}};
-        const QString fence = QStringLiteral("```");
-        const bool fenced = lines.value(++i).startsWith(fence);
-        if (fenced)
-            marked.language = lines.at(i++).mid(fence.size());
-        const auto goesOn = [&](const QString &line) {
-            return fenced ? line != fence : line.startsWith(QLatin1Char('|'));
-        };
-        for (; i < lines.size() && goesOn(lines.at(i)); ++i)
-            marked.lines.append(lines.at(i));
-        all.append(marked);
-    }
-    return all;
-}
-
-MARKED Marked(const char *kind, const char *name)
-{
-    const QList<MARKED> all = ReadDocument();
-    for (const MARKED &marked : all) {
-        if (marked.kind == QLatin1String(kind) && marked.name == QLatin1String(name))
-            return marked;
-    }
-    return {};
-}
-
-QByteArray TextBytes(const QStringList &lines)
-{
-    QByteArray bytes = lines.join(QString()).toLatin1();
-    bytes.replace("\\r", "\r").replace("\\n", "\n");
-    return bytes;
-}
-
-/// Null unless the offsets rise and the fence ends with "end".
-QByteArray HexBytes(const QStringList &lines)
-{
-    QByteArray bytes;
-    for (const QString &line : lines) {
-        const QString code = line.section(QLatin1Char(';'), 0, 0);
-        const int offset = code.section(QLatin1Char(' '), 0, 0).toInt(nullptr, 16);
-        const QString shown = code.section(QLatin1Char(' '), 1).trimmed();
-        if (offset < bytes.size())
-            return QByteArray();
-        bytes.append(QByteArray(offset - int(bytes.size()), '\0'));
-        if (shown == QLatin1String("end"))
-            return bytes;
-        bytes.append(QByteArray::fromHex(shown.toLatin1()));
-    }
-    return QByteArray();
-}
-
-/// The bytes of an example, null if there is no such.
-QByteArray Example(const char *name)
-{
-    const MARKED marked = Marked("example", name);
-    return marked.language == QLatin1String("hex") ? HexBytes(marked.lines)
-                                                   : TextBytes(marked.lines);
-}
-
-QString CellText(const QString &cell)
-{
-    const QString text = cell.trimmed();
-    const QLatin1Char tick('`');
-    return text.startsWith(tick) ? text.section(tick, 1, 1) : text;
-}
-
-/// The rows of a table below its head.
-QList<ROW> Rows(const MARKED &table)
-{
-    QList<ROW> rows;
-    for (const QString &line : table.lines.mid(2)) {
-        ROW row;
-        const QStringList cells = line.split(QLatin1Char('|'));
-        for (const QString &cell : cells.mid(1, cells.size() - 2))
-            row.append(CellText(cell));
-        rows.append(row);
-    }
-    return rows;
-}
-
-QList<ROW> Table(const char *name)
-{
-    return Rows(Marked("table", name));
-}
-
-/// One test row for each row of a table, named after its first cells. The columns are texts.
-void AddRows(const char *table, const QList<const char *> &columns)
-{
-    for (const char *column : columns)
-        QTest::addColumn<QString>(column);
-    const QList<ROW> rows = Table(table);
-    for (int i = 0; i < rows.size(); ++i) {
-        const QString name = QStringLiteral("%1-%2").arg(i + 1).arg(rows.at(i).constFirst());
-        QTestData &data =
-            QTest::newRow(qPrintable(QString(name).replace(QLatin1Char(' '), QLatin1Char('-'))));
-        for (int column = 0; column < columns.size(); ++column)
-            data << rows.at(i).value(column);
-    }
-}
-
-QByteArray ExampleUpload()
-{
-    return Example("upload-head") + Example("upload-package") + Example("upload-tail");
-}
 
 /// The reply header of the document, with the length of `body`, and the body.
 QByteArray ReplyWith(const QByteArray &body)
@@ -239,6 +112,9 @@ private slots:
     void uploadRequestIsUnderstoodHoweverItIsCut();
     void headerLinesCountAsListed_data();
     void headerLinesCountAsListed();
+    void contentTypesAreReadAsListed_data();
+    void contentTypesAreReadAsListed();
+    void limitsAreThoseListed();
     void propertiesAreThoseListed();
     void valuesBecomeWhatIsListed_data();
     void valuesBecomeWhatIsListed();
@@ -293,6 +169,8 @@ void tst_Protocol::everyMarkOfTheDocumentIsChecked()
     }
     const QStringList checked{QStringLiteral("example search-request"),
                               QStringLiteral("table header-lines"),
+                              QStringLiteral("table content-types"),
+                              QStringLiteral("table limits"),
                               QStringLiteral("table properties"),
                               QStringLiteral("example upload-head"),
                               QStringLiteral("example upload-package"),
@@ -411,6 +289,46 @@ void tst_Protocol::headerLinesCountAsListed()
     QCOMPARE(received.transaction->mBoundary, boundary);
 }
 
+void tst_Protocol::contentTypesAreReadAsListed_data()
+{
+    AddRows("content-types", {"type", "readAs"});
+}
+
+void tst_Protocol::contentTypesAreReadAsListed()
+{
+    QFETCH(QString, type);
+    QFETCH(QString, readAs);
+
+    const auto isUnderstood = [&](const QByteArray &body) {
+        return PropertiesOf(type.toLatin1(), body).value(QStringLiteral("cmd")) ==
+               QLatin1String("1");
+    };
+    const QByteArray part = "--XyZ\r\nContent-Disposition: form-data; name=\"cmd\"\r\n\r\n1\r\n";
+    QCOMPARE(isUnderstood("cmd=1"), readAs == QLatin1String("URL-encoded"));
+    QCOMPARE(isUnderstood(part + "--XyZ--\r\n"), readAs == QLatin1String("multipart"));
+}
+
+void tst_Protocol::limitsAreThoseListed()
+{
+    // In the document's order.
+    constexpr AppPendingReplies::LIMITS REPLIES = AppPendingReplies::DEFAULT_LIMITS;
+    const auto seconds = [](int msecs) { return QStringLiteral("%1 seconds").arg(msecs / 1000.0); };
+    const QStringList expected{
+        QString::number(AppSettings::HUB().port),
+        seconds(AppDeviceTransaction::READ_TIMEOUT_MS),
+        seconds(AppDeviceTransaction::REQUEST_TIME_MS),
+        QStringLiteral("%1 bytes a second").arg(AppDeviceTransaction::BYTES_PER_SECOND_MIN),
+        seconds(REPLIES.idleMs),
+        QString::number(REPLIES.count),
+        QStringLiteral("%1 MiB").arg(REPLIES.bytes / 1024 / 1024),
+        seconds(REPLIES.crowdMs)};
+    QStringList listed;
+    const QList<ROW> rows = Table("limits");
+    for (const ROW &row : rows)
+        listed.append(row.value(1));
+    QCOMPARE(listed, expected);
+}
+
 void tst_Protocol::propertiesAreThoseListed()
 {
     QMap<QString, QString> initial;
@@ -447,9 +365,9 @@ void tst_Protocol::valuesBecomeWhatIsListed()
     const auto shown = [](QString text) {
         return text.replace(QLatin1Char(' '), QLatin1Char('_'));
     };
-    QCOMPARE(shown(PropertiesOfForm("usr=" + sent.toLatin1()).value(key)), urlEncoded);
+    QCOMPARE(shown(PropertiesOfForm("usr=" + sent.toUtf8()).value(key)), urlEncoded);
 
-    const RECEIVED received({MultipartRequest({{"usr", sent.toLatin1()}}, QByteArray())});
+    const RECEIVED received({MultipartRequest({{"usr", sent.toUtf8()}}, QByteArray())});
     QCOMPARE(shown(received.transaction->mUsr), multipart);
 }
 
