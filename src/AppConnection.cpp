@@ -63,7 +63,7 @@ void AppConnection::disconnectFromHost()
 
 bool AppConnection::NeedsTwoSteps()
 {
-    if (mWritten == 0 || socketDescriptor() == -1)
+    if (mWritten == 0 || !isValid())
         return false;
     return mWritten > FIRST_FLIGHT_SIZE || bytesAvailable() > 0 || waitForReadyRead(0);
 }

@@ -23,8 +23,11 @@ namespace
 
 const char TRACE_FILE[] = "src/AppDeviceTransaction";
 
-// The longest announced body that memory is set aside for at once: a full package and its form.
-constexpr int RESERVE_MAX = 32 * 1024 * 1024; // bytes
+// Memory that is set aside for a body: as much as it announces, or for a large one always the same,
+// more than for a full package. A block of that size is one that the system gets back when the
+// request is over, instead of one that stays for the next; what is not filled takes no memory.
+constexpr int LARGE_BODY = 1024 * 1024;              // bytes
+constexpr int LARGE_BODY_RESERVE = 33 * 1024 * 1024; // bytes
 
 const QLatin1String ORIGIN("Origin:");
 
@@ -142,7 +145,8 @@ void AppDeviceTransaction::ReadBody(QTcpSocket *socket)
     // From here on it comes to mContent in small steps, so that the socket keeps no second copy.
     socket->setReadBufferSize(READ_STEP);
     const int received = static_cast<int>(mContent.size());
-    mContent.reserve(std::min(received + mContentRemaining, RESERVE_MAX));
+    const int announced = received + mContentRemaining;
+    mContent.reserve(announced > LARGE_BODY ? LARGE_BODY_RESERVE : announced);
     mContent.resize(received + available);
     socket->read(mContent.data() + received, available);
     mContentRemaining -= available;
@@ -221,7 +225,7 @@ int AppDeviceTransaction::Reply(const AppPackage &package)
         mSocket->write(pieces.at(i));
     // Flushed first, since a wait would notice before it sends anything that the device has closed
     // its side. And no wait behind it: a device that never reads would make it last for ever.
-    if (!mSocket->flush())
+    if (!mSocket->flush() && !mGone)
         mSocket->waitForBytesWritten(-1);
     return 0;
 }

@@ -164,7 +164,7 @@ void tst_AppDeviceTransactionPace::deviceThatResetsCostsNoWarning()
             transaction.Reply(AppPackage());
     }
     qInstallMessageHandler(before);
-    QCOMPARE(sWarnings, QStringList());
+    QCOMPARE(sWarnings.join(QLatin1Char(10)), QString());
 }
 
 QTEST_GUILESS_MAIN(tst_AppDeviceTransactionPace)
