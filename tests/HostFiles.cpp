@@ -5,26 +5,14 @@
 
 #include <QCryptographicHash>
 
+#ifdef Q_OS_UNIX
 #include <sys/resource.h>
+#endif
 
 namespace
 {
 
-constexpr uid_t NOBODY = 65534;
 constexpr qint64 HASHED_SIZE_MAX = 16 << 20;
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define DISK_HUB_TEST_UNDER_ASAN
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define DISK_HUB_TEST_UNDER_ASAN
-#endif
-#if defined(DISK_HUB_TEST_UNDER_ASAN)
-constexpr rlim_t MEMORY_LIMIT = RLIM_INFINITY;
-#else
-constexpr rlim_t MEMORY_LIMIT = rlim_t(4) << 30;
-#endif
 
 QString Hash(const QString &path)
 {
@@ -43,17 +31,6 @@ QString KindAndContents(const QFileInfo &info)
         return QStringLiteral(" special");
     const QString size = QStringLiteral(" %1").arg(info.size());
     return info.size() > HASHED_SIZE_MAX ? size : size + QLatin1Char(' ') + Hash(info.filePath());
-}
-
-/// Sets how much memory this process may take. Returns the limit before.
-rlim_t SetMemoryLimit(rlim_t bytes)
-{
-    rlimit limit;
-    getrlimit(RLIMIT_AS, &limit);
-    const rlim_t before = limit.rlim_cur;
-    limit.rlim_cur = qMin(limit.rlim_max, bytes);
-    setrlimit(RLIMIT_AS, &limit);
-    return before;
 }
 
 } // namespace
@@ -81,16 +58,6 @@ QByteArray ReadFile(const QString &path)
     return data.isNull() ? QByteArray("") : data;
 }
 
-bool MakeFifo(const QString &path)
-{
-    return mkfifo(QFile::encodeName(path).constData(), 0666) == 0;
-}
-
-bool MakeLink(const QString &target, const QString &path)
-{
-    return symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0;
-}
-
 QStringList Snapshot(const QString &directory)
 {
     QStringList lines;
@@ -115,25 +82,6 @@ QStringList IteratorOrder(const QString &directory)
     return paths;
 }
 
-OrdinaryUser::OrdinaryUser() : mWasRoot(getuid() == 0)
-{
-    if (mWasRoot && setresuid(NOBODY, NOBODY, 0) != 0)
-        qFatal("cannot become an ordinary user");
-}
-
-OrdinaryUser::~OrdinaryUser()
-{
-    if (mWasRoot && setresuid(0, 0, 0) != 0)
-        qFatal("cannot become root again");
-}
-
-MemoryLimit::MemoryLimit() : mBefore(SetMemoryLimit(MEMORY_LIMIT)) {}
-
-MemoryLimit::~MemoryLimit()
-{
-    SetMemoryLimit(mBefore);
-}
-
 void AddNamesThatLeadElsewhere()
 {
     QTest::addColumn<QByteArray>("name");
@@ -154,3 +102,107 @@ void AddNamesThatLeadElsewhere()
     QTest::newRow("nul-behind") << QByteArray("A\0", 2);
     QTest::newRow("sixteen-nuls") << QByteArray(16, '\0');
 }
+
+#ifdef Q_OS_UNIX
+
+namespace
+{
+
+constexpr uid_t NOBODY = 65534;
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define DISK_HUB_TEST_UNDER_ASAN
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define DISK_HUB_TEST_UNDER_ASAN
+#endif
+#if defined(DISK_HUB_TEST_UNDER_ASAN)
+constexpr rlim_t MEMORY_LIMIT = RLIM_INFINITY;
+#else
+constexpr rlim_t MEMORY_LIMIT = rlim_t(4) << 30;
+#endif
+
+/// Sets how much memory this process may take. Returns the limit before.
+rlim_t SetMemoryLimit(rlim_t bytes)
+{
+    rlimit limit;
+    getrlimit(RLIMIT_AS, &limit);
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = qMin(limit.rlim_max, bytes);
+    setrlimit(RLIMIT_AS, &limit);
+    return before;
+}
+
+} // namespace
+
+bool MakeFifo(const QString &path)
+{
+    return mkfifo(QFile::encodeName(path).constData(), 0666) == 0;
+}
+
+bool MakeLink(const QString &target, const QString &path)
+{
+    return symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0;
+}
+
+int OpenFifo(const QString &path, int flags)
+{
+    return open(QFile::encodeName(path).constData(), flags | O_NONBLOCK);
+}
+
+bool IsOwnFile(const QString &path)
+{
+    return QFileInfo(path).ownerId() == getuid();
+}
+
+OrdinaryUser::OrdinaryUser() : mWasRoot(getuid() == 0)
+{
+    if (mWasRoot && setresuid(NOBODY, NOBODY, 0) != 0)
+        qFatal("cannot become an ordinary user");
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+    if (mWasRoot && setresuid(0, 0, 0) != 0)
+        qFatal("cannot become root again");
+}
+
+MemoryLimit::MemoryLimit() : mBefore(SetMemoryLimit(MEMORY_LIMIT)) {}
+
+MemoryLimit::~MemoryLimit()
+{
+    SetMemoryLimit(mBefore);
+}
+
+#else
+
+// What Windows has not. Tests that are about it are left before they come here.
+
+bool MakeFifo(const QString &)
+{
+    return false;
+}
+
+bool MakeLink(const QString &, const QString &)
+{
+    return false;
+}
+
+int OpenFifo(const QString &, int)
+{
+    return -1;
+}
+
+bool IsOwnFile(const QString &)
+{
+    return true;
+}
+
+OrdinaryUser::OrdinaryUser() : mWasRoot(false) {}
+OrdinaryUser::~OrdinaryUser() = default;
+
+MemoryLimit::MemoryLimit() : mBefore(0) {}
+MemoryLimit::~MemoryLimit() = default;
+
+#endif

@@ -19,6 +19,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+/// In a test function: leaves it where the system has not what it is about.
+#ifdef Q_OS_WIN
+#define SKIP_ON_WINDOWS(reason) QSKIP(reason)
+#else
+#define SKIP_ON_WINDOWS(reason) static_cast<void>(0)
+#endif
+
 /// Writes a file, and the directories that lead to it.
 bool WriteFile(const QString &path, const QByteArray &data);
 
@@ -30,8 +37,15 @@ QByteArray ReadFile(const QString &path);
 
 bool MakeFifo(const QString &path);
 
+/// Opens a fifo with the `flags` of open(), without waiting for its other end. Returns the
+/// descriptor, or -1.
+int OpenFifo(const QString &path, int flags);
+
 /// Makes a symbolic link that holds `target` as it is, whether that exists or not.
 bool MakeLink(const QString &target, const QString &path);
+
+/// Whether the user of this process owns a file.
+bool IsOwnFile(const QString &path);
 
 /// All that lies below `directory`, one sorted line each: path, kind and contents.
 QStringList Snapshot(const QString &directory);

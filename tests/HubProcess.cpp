@@ -9,7 +9,11 @@
 #include <QHostAddress>
 
 #include <csignal>
+#ifdef Q_OS_WIN
+#include <winsock2.h>
+#else
 #include <sys/socket.h>
+#endif
 
 bool HubProcess::Start(const QByteArray &settings, const QStringList &arguments)
 {
@@ -53,7 +57,11 @@ void HubProcess::Kill()
 
 void HubProcess::Signal(int signal) const
 {
+#ifdef Q_OS_UNIX
     ::kill(pid_t(Id()), signal);
+#else
+    Q_UNUSED(signal)
+#endif
 }
 
 bool HubProcess::WaitForEnd()
@@ -64,6 +72,16 @@ bool HubProcess::WaitForEnd()
 QString HubProcess::SettingsPath() const
 {
     return mHome.filePath(QStringLiteral("Tesseline LLC/Disk Hub.conf"));
+}
+
+QByteArray HubProcess::Settings() const
+{
+    return HubSettings::ReadStore(SettingsPath());
+}
+
+bool HubProcess::WriteStore(const QByteArray &text) const
+{
+    return HubSettings::WriteStore(SettingsPath(), text);
 }
 
 QByteArray HubProcess::ServerSection(int more)
@@ -142,6 +160,7 @@ QByteArray Media::Section() const
 void Reset(QTcpSocket *device)
 {
     const linger now = {1, 0};
-    setsockopt(int(device->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now, sizeof(now));
+    setsockopt(device->socketDescriptor(), SOL_SOCKET, SO_LINGER,
+               reinterpret_cast<const char *>(&now), sizeof(now));
     device->abort();
 }

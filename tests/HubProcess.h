@@ -67,8 +67,8 @@ public:
     QString Home() const { return mHome.path(); }
 
     QString SettingsPath() const;
-    QByteArray Settings() const { return ReadFile(SettingsPath()); }
-    bool WriteStore(const QByteArray &text) const { return WriteFile(SettingsPath(), text); }
+    QByteArray Settings() const;
+    bool WriteStore(const QByteArray &text) const;
 
     /// The section "[server]" for a free port, which is Port() from then on. The number in the
     /// section is greater by `more`.

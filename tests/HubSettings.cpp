@@ -9,6 +9,7 @@
 #include <QHostAddress>
 #include <QList>
 #include <QNetworkInterface>
+#include <QSettings>
 
 namespace
 {
@@ -25,6 +26,19 @@ QString LoopbackName()
     }
     return QStringLiteral("lo");
 }
+
+#ifdef Q_OS_WIN
+const QString ORGANISATION = QStringLiteral("Tesseline LLC");
+const QString APPLICATION = QStringLiteral("Disk Hub");
+
+void Copy(const QSettings &from, QSettings *to)
+{
+    const QStringList keys = from.allKeys();
+    for (const QString &key : keys)
+        to->setValue(key, from.value(key));
+    to->sync();
+}
+#endif
 
 } // namespace
 
@@ -51,15 +65,55 @@ QByteArray HubSettings::Loopback()
 
 bool HubSettings::Write(const QByteArray &text) const
 {
-    return WriteFile(FilePath(), text);
+    return WriteStore(FilePath(), text);
 }
 
 QByteArray HubSettings::Read() const
 {
-    return ReadFile(FilePath());
+    return ReadStore(FilePath());
 }
+
+#ifdef Q_OS_WIN
+
+bool HubSettings::Remove() const
+{
+    QSettings(ORGANISATION, APPLICATION).clear();
+    return QFile::remove(FilePath());
+}
+
+bool HubSettings::WriteStore(const QString &path, const QByteArray &text)
+{
+    if (!WriteFile(path, text))
+        return false;
+    QSettings registry(ORGANISATION, APPLICATION);
+    registry.clear();
+    Copy(QSettings(path, QSettings::IniFormat), &registry);
+    return registry.status() == QSettings::NoError;
+}
+
+QByteArray HubSettings::ReadStore(const QString &path)
+{
+    QSettings file(path, QSettings::IniFormat);
+    file.clear();
+    Copy(QSettings(ORGANISATION, APPLICATION), &file);
+    return ReadFile(path);
+}
+
+#else
 
 bool HubSettings::Remove() const
 {
     return QFile::remove(FilePath());
 }
+
+bool HubSettings::WriteStore(const QString &path, const QByteArray &text)
+{
+    return WriteFile(path, text);
+}
+
+QByteArray HubSettings::ReadStore(const QString &path)
+{
+    return ReadFile(path);
+}
+
+#endif

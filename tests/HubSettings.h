@@ -29,6 +29,14 @@ public:
 
     bool Remove() const;
 
+    /// Replaces the settings that a program finds in the file `path` by the text of an INI file. On
+    /// Windows it finds them in the registry, which all programs of the user have in common; the
+    /// file is then only how tests see it.
+    static bool WriteStore(const QString &path, const QByteArray &text);
+
+    /// What WriteStore wrote, or a program since; empty if there is nothing.
+    static QByteArray ReadStore(const QString &path);
+
 private:
     const QTemporaryDir mHome;
 };

@@ -6,7 +6,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#ifdef Q_OS_UNIX
 #include <sys/socket.h>
+#endif
 
 namespace
 {

@@ -327,6 +327,7 @@ void tst_AppMediaMgr::searchDescendsToAnyDepth()
 
 void tst_AppMediaMgr::searchFollowsNoLinksToDirectories()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     QTemporaryDir elsewhere;
     QVERIFY(WriteSparseFile(elsewhere.filePath(QStringLiteral("far.prg")), D64_SIZE));
     QVERIFY(WriteSparseFile(Path("sub/near.prg"), D64_SIZE));
@@ -342,6 +343,7 @@ void tst_AppMediaMgr::searchFollowsNoLinksToDirectories()
 
 void tst_AppMediaMgr::searchSeesLinksToFiles()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     QTemporaryDir elsewhere;
     QVERIFY(WriteSparseFile(elsewhere.filePath(QStringLiteral("far.bin")), D64_SIZE));
     QVERIFY(MakeLink(elsewhere.filePath(QStringLiteral("far.bin")), Path("near.prg")));
@@ -360,6 +362,7 @@ void tst_AppMediaMgr::searchSeesLinksToFiles()
 
 void tst_AppMediaMgr::linkToADirectoryWithTheSuffixIsAProgram()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     const QTemporaryDir elsewhere;
     QVERIFY(WriteSparseFile(elsewhere.filePath(QStringLiteral("far.prg")), D64_SIZE));
     QVERIFY(MakeLink(elsewhere.path(), Path("linked.prg")));
@@ -374,6 +377,7 @@ void tst_AppMediaMgr::linkToADirectoryWithTheSuffixIsAProgram()
 
 void tst_AppMediaMgr::directoryThatCannotBeReadIsPassedOver()
 {
+    SKIP_ON_WINDOWS("Windows has other permissions");
     QVERIFY(WriteSparseFile(Path("locked/inside.prg"), D64_SIZE));
     QVERIFY(WriteSparseFile(Path("locked.prg/inside.prg"), D64_SIZE));
     QVERIFY(WriteSparseFile(Path("unreadable.prg"), D64_SIZE));
@@ -394,6 +398,7 @@ void tst_AppMediaMgr::directoryThatCannotBeReadIsPassedOver()
 
 void tst_AppMediaMgr::directoryWithoutRightToEnterIsListed()
 {
+    SKIP_ON_WINDOWS("Windows has other permissions");
     QVERIFY(WriteSparseFile(Path("listed/inside.prg"), D64_SIZE));
     QVERIFY(SetMode("listed", 0444));
     {
@@ -421,6 +426,7 @@ void tst_AppMediaMgr::searchSeesNothingHidden()
 
 void tst_AppMediaMgr::searchSeesNoSpecialFiles()
 {
+    SKIP_ON_WINDOWS("Windows has no fifos");
     QVERIFY(MakeFifo(Path("pipe.prg")));
     QVERIFY(MakeFifo(Path("pipe.d64")));
     QVERIFY(WriteSparseFile(Path("seen.prg"), D64_SIZE));
@@ -464,6 +470,7 @@ void tst_AppMediaMgr::searchOfNoDirectoryFindsNothing_data()
 
 void tst_AppMediaMgr::searchOfNoDirectoryFindsNothing()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     QFETCH(QString, directory);
 
     QVERIFY(WriteSparseFile(Path("a.prg"), D64_SIZE));
@@ -488,6 +495,7 @@ void tst_AppMediaMgr::searchWorksOnAnySpellingOfTheDirectory_data()
 
 void tst_AppMediaMgr::searchWorksOnAnySpellingOfTheDirectory()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     QFETCH(QString, directory);
 
     QVERIFY(WriteSparseFile(Path("media/sub/a.prg"), D64_SIZE));

@@ -64,6 +64,7 @@ void tst_AppStandardOutput::nothingIsWrittenForNothing()
 
 void tst_AppStandardOutput::failureIsTold()
 {
+    SKIP_ON_WINDOWS("Windows has no full device");
     const STREAM full = Open(QStringLiteral("/dev/full"));
     QVERIFY(full != nullptr);
     std::setvbuf(full.get(), nullptr, _IONBF, 0);

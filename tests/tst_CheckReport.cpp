@@ -126,6 +126,7 @@ void tst_CheckReport::textOfACleanShelf()
 
 void tst_CheckReport::textOfRemarks()
 {
+    SKIP_ON_WINDOWS("Windows has no fifos");
     QVERIFY(WriteFile(Path("programs/nothing.prg"), ""));
     QVERIFY(MakeFifo(Path("programs/pipe.prg")));
     QCOMPARE(Text({Place()}),

@@ -93,6 +93,7 @@ void tst_CommandDirectories::uploadIntoNoDirectoryFails()
 
 void tst_CommandDirectories::uploadLogsThePathAsItIs()
 {
+    SKIP_ON_WINDOWS("Windows lets only administrators make links");
     const QString directory = Path("%1 %2 \"quoted\" \u00e9/");
     QVERIFY(QDir().mkpath(directory));
     mHub->mProgramPath = directory;

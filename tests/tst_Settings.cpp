@@ -553,6 +553,7 @@ void tst_Settings::savesOnlyAtTheEnd()
 
 void tst_Settings::savedFileIsItsOwnersAlone()
 {
+    SKIP_ON_WINDOWS("Windows has other permissions");
     QVERIFY(QFile::setPermissions(mSettings.FilePath(), QFile::ReadOwner | QFile::WriteOwner |
                                                             QFile::ReadGroup | QFile::ReadOther));
     HubFixture().Quit();
@@ -584,6 +585,7 @@ void tst_Settings::storeInAForeignPlaceIsLeftAlone()
 
 void tst_Settings::forbiddenStoreIsLeftAlone()
 {
+    SKIP_ON_WINDOWS("Windows has other permissions");
     const HubFixture hub;
     QVERIFY(mSettings.Write("[server]\nport=8080\n"));
     const QString directory = QFileInfo(mSettings.FilePath()).path();
