@@ -7,6 +7,8 @@
 
 #include <QPushButton>
 
+#include <algorithm>
+
 using namespace WindowDriver;
 
 class tst_AppAccessRestrictionsDialogUsers : public QObject
@@ -82,6 +84,15 @@ bool IsTheHubs(const QMessageBox &message)
     const QIcon icon(QStringLiteral(":/AppDiskHub/DiskHub.png"));
     return message.windowTitle() == QLatin1String("Disk Hub") &&
            message.windowIcon().pixmap(32, 32).toImage() == icon.pixmap(32, 32).toImage();
+}
+
+/// How many dialogs that ask for a name there are, hidden ones included.
+int NameDialogs()
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return static_cast<int>(std::count_if(windows.begin(), windows.end(), [](QWidget *window) {
+        return qobject_cast<AppNewUserDialog *>(window) != nullptr;
+    }));
 }
 
 } // namespace
@@ -230,6 +241,7 @@ void tst_AppAccessRestrictionsDialogUsers::takenNameMessage()
         QCOMPARE(message->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
         QVERIFY(message->parentWidget() == nullptr);
         QVERIFY(IsTheHubs(*message));
+        QCOMPARE(NameDialogs(), 1);
         Press(Qt::Key_Escape);
     });
     answers.Then<AppNewUserDialog>([](AppNewUserDialog *dialog) { dialog->reject(); });

@@ -331,8 +331,8 @@ void tst_AppImageKinds::manPageNamesWhatIsNotServed()
     QFETCH(QString, remark);
     QFETCH(int, status);
 
-    const QString text = Between(Document(QStringLiteral("tools/check/disk-hub-check.1.in")), remark,
-                                 QStringLiteral(".TP"));
+    const QString text = Between(Document(QStringLiteral("tools/check/disk-hub-check.1.in")),
+                                 remark, QStringLiteral(".TP"));
     QCOMPARE(ToSet(Captures(text, QStringLiteral("(D\\d\\d)"))),
              TypesThatAre(static_cast<AppImageKinds::STATUS>(status)));
     QSet<QString> tracks;
