@@ -19,7 +19,6 @@ Q_DECLARE_METATYPE(WireObject)
 namespace
 {
 
-constexpr int AUTH_FAILURE = -89;
 constexpr int D81_SIZE = 819200;
 constexpr int D82_DISK_TYPE = 4;
 
