@@ -6,6 +6,7 @@
 
 #include <QSemaphore>
 #include <QSettings>
+#include <QThread>
 
 #include <memory>
 
