@@ -6,7 +6,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#ifdef Q_OS_UNIX
+#ifdef Q_OS_WIN
+#include <winsock2.h>
+#else
 #include <sys/socket.h>
 #endif
 
@@ -14,6 +16,10 @@ namespace
 {
 
 constexpr int TIMEOUT_MS = 30000;
+
+#ifdef Q_OS_WIN
+constexpr int SHUT_WR = SD_SEND;
+#endif
 
 /// A reply that is small enough to be closed behind at once.
 QByteArray SmallReply()
