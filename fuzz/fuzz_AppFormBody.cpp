@@ -26,6 +26,12 @@ struct FORM {
     QByteArray rest;
 };
 
+/// One character for each byte, NULs too.
+QString Latin1(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.constData(), static_cast<int>(bytes.size()));
+}
+
 bool IsHexDigit(char c)
 {
     return std::isxdigit(static_cast<unsigned char>(c)) != 0;
@@ -38,7 +44,7 @@ QString Decoded(QByteArray bytes)
         if (bytes.at(i) == '%' && IsHexDigit(bytes.at(i + 1)) && IsHexDigit(bytes.at(i + 2)))
             bytes.replace(i, 3, QByteArray::fromHex(bytes.mid(i + 1, 2)));
     }
-    return QString::fromUtf8(bytes);
+    return QString::fromUtf8(bytes.constData(), static_cast<int>(bytes.size()));
 }
 
 FORM PlainPairs(const QByteArray &body)
@@ -61,7 +67,7 @@ QString TakeLine(QByteArray *content)
     if (line.contains('\0'))
         line.truncate(line.indexOf('\0'));
     content->remove(0, end + 2);
-    return QString::fromLatin1(line);
+    return Latin1(line);
 }
 
 QString Unquoted(const QString &piece)
@@ -89,7 +95,7 @@ FORM PlainParts(const QByteArray &boundary, const QByteArray &body)
     FORM form;
     form.rest = body;
     const QByteArray delimiter = "--" + boundary;
-    form.status = TakeLine(&form.rest) == QString::fromLatin1(delimiter) ? 0 : -1;
+    form.status = TakeLine(&form.rest) == Latin1(delimiter) ? 0 : -1;
     while (form.status == 0) {
         QString name;
         QString fileName;
@@ -148,7 +154,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     const QByteArray body =
         BytesOf(data + lineEnd + 1, size - static_cast<std::size_t>(lineEnd) - 1);
 
-    const QString text = QString::fromLatin1(boundary);
+    const QString text = Latin1(boundary);
     if (data[0] == 'u') {
         CheckSame(Read({AppFormBody::TYPE_URL_ENCODED, text, body}), PlainPairs(body));
     } else if (data[0] == 'm') {
