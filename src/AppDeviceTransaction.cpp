@@ -68,7 +68,7 @@ AppDeviceTransaction::AppDeviceTransaction(QTcpSocket *socket, int requestTimeMs
     timer.start();
     while (mContentRemaining != 0) {
         if (!socket->waitForReadyRead(READ_TIMEOUT_MS) ||
-            IsTooSlow(timer.elapsed(), requestTimeMs)) {
+            IsTooSlow(timer.elapsed(), requestTimeMs, mReceived + socket->bytesAvailable())) {
             socket->disconnectFromHost();
             return;
         }
@@ -85,11 +85,11 @@ AppDeviceTransaction::~AppDeviceTransaction()
         mSocket->disconnectFromHost();
 }
 
-bool AppDeviceTransaction::IsTooSlow(qint64 elapsedMs, int requestTimeMs) const
+bool AppDeviceTransaction::IsTooSlow(qint64 elapsedMs, int requestTimeMs, qint64 received) const
 {
     // A request that is complete is answered, however long it took.
     return mContentRemaining != 0 && elapsedMs > requestTimeMs &&
-           mReceived * 1000 < elapsedMs * BYTES_PER_SECOND_MIN;
+           received * 1000 < elapsedMs * BYTES_PER_SECOND_MIN;
 }
 
 void AppDeviceTransaction::ReadyRead()

@@ -88,10 +88,10 @@ private slots:
     void ReadyRead();
 
 private:
-    bool IsTooSlow(qint64 elapsedMs, int requestTimeMs) const;
+    bool IsTooSlow(qint64 elapsedMs, int requestTimeMs, qint64 received) const;
     void ReadHeaderLine(QTcpSocket *socket);
     void ReadBody(QTcpSocket *socket);
 
-    qint64 mReceived = 0; ///< bytes of the request, headers included
+    qint64 mReceived = 0; ///< bytes of whole header lines and of the body
     bool mGone = false;   ///< the device has closed or reset the connection
 };
