@@ -103,13 +103,6 @@ void AddNamesThatLeadElsewhere()
     QTest::newRow("sixteen-nuls") << QByteArray(16, '\0');
 }
 
-#ifdef Q_OS_UNIX
-
-namespace
-{
-
-constexpr uid_t NOBODY = 65534;
-
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define DISK_HUB_TEST_UNDER_ASAN
@@ -118,10 +111,24 @@ constexpr uid_t NOBODY = 65534;
 #define DISK_HUB_TEST_UNDER_ASAN
 #endif
 #if defined(DISK_HUB_TEST_UNDER_ASAN)
-constexpr rlim_t MEMORY_LIMIT = RLIM_INFINITY;
+constexpr bool UNDER_ASAN = true;
 #else
-constexpr rlim_t MEMORY_LIMIT = rlim_t(4) << 30;
+constexpr bool UNDER_ASAN = false;
 #endif
+
+bool IsUnderAsan()
+{
+    return UNDER_ASAN;
+}
+
+#ifdef Q_OS_UNIX
+
+namespace
+{
+
+constexpr uid_t NOBODY = 65534;
+
+constexpr rlim_t MEMORY_LIMIT = UNDER_ASAN ? RLIM_INFINITY : rlim_t(4) << 30;
 
 /// Sets how much memory this process may take. Returns the limit before.
 rlim_t SetMemoryLimit(rlim_t bytes)

@@ -81,6 +81,10 @@ private:
     const bool mWasRoot;
 };
 
+/// Whether the tests and the programs are built with AddressSanitizer, which takes memory of its
+/// own and gives it back late.
+bool IsUnderAsan();
+
 /// While it lives, this process cannot take much memory: a reader of an endless device then fails
 /// before the machine runs out of it. Without effect under AddressSanitizer, which reserves more.
 class MemoryLimit
