@@ -93,7 +93,7 @@ class Servers:
     def hub(self, disks="", programs=""):
         port = free_port()
         config = self.work / f"config-{port}"
-        (config / "Tesseline LLC").mkdir(parents=True)
+        (config / "Tesseline LLC").mkdir(parents=True, exist_ok=True)
         (config / "Tesseline LLC" / "Disk Hub.conf").write_text(
             f"[media]\ndisk_path={disks}\nprogram_path={programs}\n"
             f"[server]\nport={port}\nactive_ifc_name=lo\nactive_ifc_addr=127.0.0.1\n")
