@@ -33,13 +33,22 @@ private slots:
     void json();
 
 private:
+    /// What the program writes, in the system's encoding.
+    struct WRITTEN {
+        CheckCommandLine::EXIT_CODE exitCode;
+        QByteArray output;
+        QByteArray error;
+    };
+
     /// "ROOT" in the arguments stands for this test's directory.
-    CheckCommandLine::RESULT Run(const QStringList &arguments) const
+    WRITTEN Run(const QStringList &arguments) const
     {
         QStringList all{QStringLiteral("disk-hub-check")};
         for (QString argument : arguments)
             all.append(argument.replace(QStringLiteral("ROOT"), mRoot->path()));
-        return CheckCommandLine::Run(all);
+        const CheckCommandLine::RESULT result = CheckCommandLine::Run(all);
+        return {result.exitCode, result.text.toLocal8Bit() + result.json,
+                result.error.toLocal8Bit()};
     }
 
     QString Path(const char *file) const { return mRoot->filePath(QLatin1String(file)); }
@@ -68,7 +77,7 @@ void tst_CheckCommandLine::help_data()
 void tst_CheckCommandLine::help()
 {
     QFETCH(QStringList, arguments);
-    const CheckCommandLine::RESULT result = Run(arguments);
+    const WRITTEN result = Run(arguments);
     QCOMPARE(int(result.exitCode), 0);
     QCOMPARE(result.error, QByteArray());
     for (const char *option : {"--settings", "--disks <DIR>", "--programs <DIR>", "--json",
@@ -110,7 +119,7 @@ void tst_CheckCommandLine::version_data()
 void tst_CheckCommandLine::version()
 {
     QFETCH(QString, argument);
-    const CheckCommandLine::RESULT result = Run({argument});
+    const WRITTEN result = Run({argument});
     QCOMPARE(int(result.exitCode), 0);
     QCOMPARE(result.output, QByteArray("disk-hub-check " DISK_HUB_VERSION "\n"));
     QCOMPARE(result.error, QByteArray());
@@ -144,7 +153,7 @@ void tst_CheckCommandLine::badUsage()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, words);
-    const CheckCommandLine::RESULT result = Run(arguments);
+    const WRITTEN result = Run(arguments);
     QCOMPARE(int(result.exitCode), 2);
     QCOMPARE(result.output, QByteArray());
     QVERIFY2(result.error.startsWith("disk-hub-check: "), result.error.constData());
@@ -154,7 +163,7 @@ void tst_CheckCommandLine::badUsage()
 
 void tst_CheckCommandLine::cleanDirectoriesGiveZero()
 {
-    const CheckCommandLine::RESULT result =
+    const WRITTEN result =
         Run({QStringLiteral("--disks"), QStringLiteral("ROOT/clean"), QStringLiteral("--programs"),
              QStringLiteral("ROOT/clean")});
     QCOMPARE(int(result.exitCode), 0);
@@ -164,7 +173,7 @@ void tst_CheckCommandLine::cleanDirectoriesGiveZero()
 
 void tst_CheckCommandLine::remarksGiveOne()
 {
-    const CheckCommandLine::RESULT result =
+    const WRITTEN result =
         Run({QStringLiteral("--disks=ROOT/clean"), QStringLiteral("--programs=ROOT/messy")});
     QCOMPARE(int(result.exitCode), 1);
     QCOMPARE(result.error, QByteArray());
@@ -174,11 +183,11 @@ void tst_CheckCommandLine::remarksGiveOne()
 
 void tst_CheckCommandLine::oneDirectoryIsEnough()
 {
-    const CheckCommandLine::RESULT disks = Run({QStringLiteral("--disks=ROOT/clean")});
+    const WRITTEN disks = Run({QStringLiteral("--disks=ROOT/clean")});
     QCOMPARE(int(disks.exitCode), 0);
     QVERIFY(disks.output.startsWith("Disks from "));
     QVERIFY(!disks.output.contains("Programs from "));
-    const CheckCommandLine::RESULT programs = Run({QStringLiteral("--programs=ROOT/clean")});
+    const WRITTEN programs = Run({QStringLiteral("--programs=ROOT/clean")});
     QCOMPARE(int(programs.exitCode), 0);
     QVERIFY(programs.output.startsWith("Programs from "));
     QVERIFY(!programs.output.contains("Disks from "));
@@ -191,7 +200,7 @@ void tst_CheckCommandLine::settingsAreTheDefault()
                             "/clean\n[security]\nvalidate=true\n[access]\nnum_users=1\n"
                             "user_0\\name=ann\nuser_0\\own_dir=true\nuser_0\\disk_dir=" +
                             root + "/messy\nuser_0\\program_dir=" + root + "/clean\n"));
-    const CheckCommandLine::RESULT result = Run({});
+    const WRITTEN result = Run({});
     QCOMPARE(int(result.exitCode), 1);
     QVERIFY(result.output.startsWith("The hub's directories\n"));
     QVERIFY(result.output.contains("\nOwn directories of ann\n"));
@@ -203,14 +212,14 @@ void tst_CheckCommandLine::settingsAreTheDefault()
 void tst_CheckCommandLine::settingsWithoutAStore()
 {
     mSettings.Remove();
-    const CheckCommandLine::RESULT result = Run({QStringLiteral("--settings")});
+    const WRITTEN result = Run({QStringLiteral("--settings")});
     QCOMPARE(int(result.exitCode), 1);
     QCOMPARE(result.output.count("no directory was chosen"), 2);
 }
 
 void tst_CheckCommandLine::json()
 {
-    const CheckCommandLine::RESULT result =
+    const WRITTEN result =
         Run({QStringLiteral("--json"), QStringLiteral("--disks=ROOT/messy")});
     QCOMPARE(int(result.exitCode), 1);
     QVERIFY(!QJsonDocument::fromJson(result.output).isNull());

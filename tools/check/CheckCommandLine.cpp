@@ -53,7 +53,7 @@ CheckCommandLine::RESULT UsageError(const QString &message)
     const QString text =
         CheckCommandLine::tr("disk-hub-check: %1\nTry \"disk-hub-check --help\".\n")
             .arg(CheckReport::Printable(message));
-    return {CheckCommandLine::EXIT_USAGE, QByteArray(), text.toLocal8Bit()};
+    return {CheckCommandLine::EXIT_USAGE, QString(), QByteArray(), text};
 }
 
 /// What is wrong with the arguments, or an empty string.
@@ -99,9 +99,10 @@ CheckCommandLine::RESULT CheckCommandLine::Run(const QStringList &arguments)
     if (!options.parser.parse(arguments))
         return UsageError(options.parser.errorText());
     if (options.parser.isSet(options.help))
-        return {EXIT_CLEAN, options.parser.helpText().toLocal8Bit(), QByteArray()};
+        return {EXIT_CLEAN, options.parser.helpText(), QByteArray(), QString()};
     if (options.parser.isSet(options.version))
-        return {EXIT_CLEAN, "disk-hub-check " DISK_HUB_VERSION "\n", QByteArray()};
+        return {EXIT_CLEAN, QStringLiteral("disk-hub-check " DISK_HUB_VERSION "\n"), QByteArray(),
+                QString()};
     const QString fault = Fault(options);
     if (!fault.isEmpty())
         return UsageError(fault);
@@ -112,8 +113,11 @@ CheckCommandLine::RESULT CheckCommandLine::Run(const QStringList &arguments)
         shelves.push_back(CheckShelf::Look(place));
         remarks += shelves.back().NumRemarks();
     }
-    const bool json = options.parser.isSet(options.json);
-    return {remarks == 0 ? EXIT_CLEAN : EXIT_REMARKS,
-            json ? CheckReport::Json(shelves) : CheckReport::Text(shelves).toLocal8Bit(),
-            QByteArray()};
+    RESULT result;
+    result.exitCode = remarks == 0 ? EXIT_CLEAN : EXIT_REMARKS;
+    if (options.parser.isSet(options.json))
+        result.json = CheckReport::Json(shelves);
+    else
+        result.text = CheckReport::Text(shelves);
+    return result;
 }

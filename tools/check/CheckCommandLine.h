@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QString>
 #include <QStringList>
 
 /// The program without its process: arguments in, output and exit code out.
@@ -21,8 +22,9 @@ public:
 
     struct RESULT {
         EXIT_CODE exitCode = EXIT_CLEAN;
-        QByteArray output; ///< for the standard output, in the host's encoding
-        QByteArray error;  ///< for the standard error output
+        QString text;    ///< for the standard output
+        QByteArray json; ///< for the standard output instead, in UTF-8
+        QString error;   ///< for the standard error output
     };
 
     /// `arguments` begin with the program's name.

@@ -1,6 +1,7 @@
 // Copyright (c) the Disk Hub developers
 // SPDX-License-Identifier: MIT
 
+#include "AppStandardOutput.h"
 #include "CheckCommandLine.h"
 
 #include <QCoreApplication>
@@ -10,11 +11,11 @@
 namespace
 {
 
-/// Returns 0, or -1 if not everything could be written.
-int Write(const QByteArray &bytes, std::FILE *file)
+/// Returns whether everything could be written.
+bool WriteReport(const CheckCommandLine::RESULT &result)
 {
-    const auto size = static_cast<std::size_t>(bytes.size());
-    return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0 ? 0 : -1;
+    return AppStandardOutput::Write(stdout, result.text) &&
+           AppStandardOutput::WriteUtf8(stdout, result.json) && std::fflush(stdout) == 0;
 }
 
 } // namespace
@@ -23,8 +24,8 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const CheckCommandLine::RESULT result = CheckCommandLine::Run(QCoreApplication::arguments());
-    Write(result.error, stderr);
-    if (Write(result.output, stdout) != 0) {
+    static_cast<void>(AppStandardOutput::Write(stderr, result.error));
+    if (!WriteReport(result)) {
         std::perror("disk-hub-check: cannot write the report");
         return CheckCommandLine::EXIT_USAGE;
     }
