@@ -13,6 +13,7 @@ SetCompressor /SOLID lzma
 !include MUI2.nsh
 
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\Disk Hub"
+!define SETTINGS_KEY "Software\Tesseline LLC"
 !define SHORTCUT "$SMPROGRAMS\Disk Hub.lnk"
 
 Name "Disk Hub"
@@ -68,7 +69,7 @@ Section
     WriteRegDWORD HKCU "${UNINSTALL_KEY}" NoRepair 1
 SectionEnd
 
-; The settings, with the users and their passwords, stay for the next installation.
+; Whoever is asked may keep the settings for the next installation; /S leaves nothing.
 Section Uninstall
     !insertmacro RefuseWhileRunning
     !include "${REMOVE}"
@@ -76,4 +77,8 @@ Section Uninstall
     RMDir "$INSTDIR"
     Delete "${SHORTCUT}"
     DeleteRegKey HKCU "${UNINSTALL_KEY}"
+    MessageBox MB_ICONQUESTION|MB_YESNO|MB_DEFBUTTON2 "Delete the settings, too, with the users and their passwords?" /SD IDYES IDNO kept
+    DeleteRegKey HKCU "${SETTINGS_KEY}\Disk Hub"
+    DeleteRegKey /ifempty HKCU "${SETTINGS_KEY}"
+    kept:
 SectionEnd
