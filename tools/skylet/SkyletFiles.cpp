@@ -4,6 +4,7 @@
 #include "SkyletFiles.h"
 
 #include "AppImageKinds.h"
+#include "AppWindowsName.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -14,24 +15,9 @@ namespace
 
 const char REFUSED_CHARACTERS[] = "/\\:*?\"<>|";
 
-// Windows takes these for devices, with any extension; "com" and "lpt" with a digit behind.
-const char *const DEVICES[] = {"con", "prn", "aux", "nul", "com", "lpt"};
-
 bool IsRefused(QChar c)
 {
     return c.category() == QChar::Other_Control || QLatin1String(REFUSED_CHARACTERS).contains(c);
-}
-
-bool IsDevice(const QString &name)
-{
-    QString stem = name.section(QLatin1Char('.'), 0, 0).trimmed().toLower();
-    if (stem.size() == 4 && stem.at(3).isDigit())
-        stem.chop(1);
-    for (const char *device : DEVICES) {
-        if (stem == QLatin1String(device))
-            return true;
-    }
-    return false;
 }
 
 QString SafeStem(const AppDosName &name)
@@ -45,7 +31,7 @@ QString SafeStem(const AppDosName &name)
     if (text.isEmpty())
         text = QStringLiteral("unnamed");
     // A hidden file would be missed, and ".." is a directory.
-    if (text.startsWith(QLatin1Char('.')) || IsDevice(text))
+    if (text.startsWith(QLatin1Char('.')) || AppWindowsName::IsNoFile(text))
         text.prepend(QLatin1Char('_'));
     return text;
 }
