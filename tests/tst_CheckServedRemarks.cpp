@@ -85,6 +85,7 @@ private slots:
     void nameOfAProgramThatIsNotSent();
     void nameThatFitsMoreDisks();
     void unreadableFiles();
+    void programsThatNoAnswerCarries();
     void directoryAsProgram();
     void pipeAsProgram();
 
@@ -392,6 +393,18 @@ void tst_CheckServedRemarks::nameThatFitsMoreDisks()
     QCOMPARE(Codes(remarks), QStringList{QStringLiteral("name what?.d64")});
     QCOMPARE(remarks.first().advice,
              QStringLiteral("Type WHAT?, which fits 2 files, or rename it."));
+}
+
+void tst_CheckServedRemarks::programsThatNoAnswerCarries()
+{
+    const qint64 most = 2147483648 - 1048576;
+    QVERIFY(WriteSparseFile(Path(QStringLiteral("a.prg")), most));
+    QVERIFY(WriteSparseFile(Path(QStringLiteral("b.prg")), most + 1));
+    const CheckServed served = Find(CheckServed::ROLE_PROGRAMS);
+    QCOMPARE(Codes(CheckServedRemarks::Of(served)),
+             QStringList{QStringLiteral("too-large b.prg")});
+    QVERIFY(EntryOf(served, QStringLiteral("a.prg")).sent);
+    QVERIFY(!EntryOf(served, QStringLiteral("b.prg")).sent);
 }
 
 void tst_CheckServedRemarks::unreadableFiles()

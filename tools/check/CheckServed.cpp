@@ -25,6 +25,8 @@ AppDosName Everything()
 /// Whether a DOWNLOAD can read what a search found.
 bool IsReadable(const QFileInfo &info)
 {
+    if (info.size() > AppMediaMgr::READ_SIZE_MAX)
+        return false;
     // Opening each file of a large directory takes longer than the search did.
     const QFile::Permissions anybody = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther;
     if (info.isFile() && info.permission(anybody))

@@ -7,6 +7,8 @@
 #include "CheckName.h"
 #include "CheckServed.h"
 
+#include "AppMediaMgr.h"
+
 #include <QDir>
 #include <QHash>
 
@@ -46,7 +48,12 @@ void RemarkOnUnreadable(const CheckServed &, const CheckEntry &entry, QVector<Ch
 {
     if (entry.readable)
         return;
-    if (entry.info.isFile())
+    if (entry.info.isFile() && entry.info.size() > AppMediaMgr::READ_SIZE_MAX)
+        remarks->append(RemarkOn(
+            entry, QStringLiteral("too-large"),
+            CheckServedRemarks::tr("too large to send; SEARCH lists it, DOWNLOAD passes over it"),
+            CheckServedRemarks::tr("Move it elsewhere.")));
+    else if (entry.info.isFile())
         remarks->append(RemarkOn(
             entry, QStringLiteral("unreadable"),
             CheckServedRemarks::tr("cannot be read; SEARCH lists it, DOWNLOAD passes over it"),
