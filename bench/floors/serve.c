@@ -7,6 +7,7 @@
  *   serve PORT files DIR       reads all files of DIR for each request and sends them
  *   serve PORT fresh DIR       the same, and gives the memory back after each
  *   serve PORT store DIR       cuts each body into 19 parts and writes them to DIR
+ *   serve PORT store-fresh DIR the same, and gives the memory back after each
  *   serve PORT search DIR DIR  answers with a line for each D64 below the first DIR and for each
  *                              program below the second
  */
@@ -186,7 +187,8 @@ int main(int argc, char **argv)
         return 2;
     int server = listen_at(argv[1]);
     const char *mode = argv[2];
-    int canned = strcmp(mode, "canned") == 0, fresh = strcmp(mode, "fresh") == 0;
+    int canned = strcmp(mode, "canned") == 0, search = strcmp(mode, "search") == 0;
+    int stores = strncmp(mode, "store", 5) == 0, fresh = strstr(mode, "fresh") != NULL;
     struct bytes request = {0}, answer = {0};
     if (canned)
         add_file(&answer, AT_FDCWD, argv[3]);
@@ -199,16 +201,17 @@ int main(int argc, char **argv)
         }
         if (!canned)
             answer.size = 0;
-        if (fresh || strcmp(mode, "files") == 0)
-            add_files(&answer, argv[3]);
-        else if (strcmp(mode, "store") == 0)
+        if (stores)
             store(&request, body, argv[3]);
-        else if (strcmp(mode, "search") == 0)
+        else if (search)
             add_listing(&answer, argv + 3);
+        else if (!canned)
+            add_files(&answer, argv[3]);
         reply(fd, &answer);
         if (fresh) {
             free(answer.data);
-            answer = (struct bytes){0};
+            free(request.data);
+            answer = request = (struct bytes){0};
             malloc_trim(0);
         }
     }
