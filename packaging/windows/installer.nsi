@@ -75,6 +75,7 @@ Section Uninstall
     !include "${REMOVE}"
     Delete "$INSTDIR\uninstall.exe"
     RMDir "$INSTDIR"
+    RMDir "$LOCALAPPDATA\Programs" ; if nothing else is in it
     Delete "${SHORTCUT}"
     DeleteRegKey HKCU "${UNINSTALL_KEY}"
     MessageBox MB_ICONQUESTION|MB_YESNO|MB_DEFBUTTON2 "Delete the settings, too, with the users and their passwords?" /SD IDYES IDNO kept
