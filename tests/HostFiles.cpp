@@ -153,6 +153,11 @@ bool MakeLink(const QString &target, const QString &path)
     return symlink(QFile::encodeName(target).constData(), QFile::encodeName(path).constData()) == 0;
 }
 
+bool MakeHardLink(const QString &file, const QString &path)
+{
+    return link(QFile::encodeName(file).constData(), QFile::encodeName(path).constData()) == 0;
+}
+
 int OpenFifo(const QString &path, int flags)
 {
     return open(QFile::encodeName(path).constData(), flags | O_NONBLOCK);
@@ -192,6 +197,11 @@ bool MakeFifo(const QString &)
 }
 
 bool MakeLink(const QString &, const QString &)
+{
+    return false;
+}
+
+bool MakeHardLink(const QString &, const QString &)
 {
     return false;
 }

@@ -44,6 +44,9 @@ int OpenFifo(const QString &path, int flags);
 /// Makes a symbolic link that holds `target` as it is, whether that exists or not.
 bool MakeLink(const QString &target, const QString &path);
 
+/// Makes another name of a file.
+bool MakeHardLink(const QString &file, const QString &path);
+
 /// Whether the user of this process owns a file.
 bool IsOwnFile(const QString &path);
 

@@ -213,8 +213,7 @@ void tst_AppDiskNames::writesAreSeen()
         QVERIFY(WriteSparseFile(Path("sub/bigTarget"), D64_SIZE));
         QVERIFY(MakeLink(QStringLiteral("sub/bigTarget"), Path("diskLink.dxx")));
         QVERIFY(WriteSparseFile(Path("brother"), 5));
-        QVERIFY(link(QFile::encodeName(Path("brother")).constData(),
-                     QFile::encodeName(Path("twin.d64")).constData()) == 0);
+        QVERIFY(MakeHardLink(Path("brother"), Path("twin.d64")));
         QVERIFY(QDir(mDirectory->path()).mkdir(QStringLiteral("directory.d64")));
 
         AppDiskNames names(mDirectory->path());
