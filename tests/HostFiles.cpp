@@ -143,6 +143,11 @@ rlim_t SetMemoryLimit(rlim_t bytes)
 
 } // namespace
 
+bool MakeDirectory(const QByteArray &path)
+{
+    return mkdir(path.constData(), 0755) == 0;
+}
+
 bool MakeFifo(const QString &path)
 {
     return mkfifo(QFile::encodeName(path).constData(), 0666) == 0;
@@ -190,6 +195,11 @@ MemoryLimit::~MemoryLimit()
 #else
 
 // What Windows has not. Tests that are about it are left before they come here.
+
+bool MakeDirectory(const QByteArray &)
+{
+    return false;
+}
 
 bool MakeFifo(const QString &)
 {

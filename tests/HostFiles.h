@@ -35,6 +35,9 @@ bool WriteSparseFile(const QString &path, qint64 size);
 /// The bytes of a regular file; null if it cannot be read.
 QByteArray ReadFile(const QString &path);
 
+/// Makes a directory whose path is these bytes, in whatever encoding.
+bool MakeDirectory(const QByteArray &path);
+
 bool MakeFifo(const QString &path);
 
 /// Opens a fifo with the `flags` of open(), without waiting for its other end. Returns the
