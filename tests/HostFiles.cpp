@@ -121,6 +121,11 @@ bool IsUnderAsan()
     return UNDER_ASAN;
 }
 
+bool IsEmulated()
+{
+    return qEnvironmentVariableIsSet("DISK_HUB_TESTS_EMULATED");
+}
+
 #ifdef Q_OS_UNIX
 
 namespace

@@ -91,6 +91,10 @@ private:
 /// own and gives it back late.
 bool IsUnderAsan();
 
+/// Whether an emulator runs the tests and the programs, which has memory and descriptors of its own
+/// in their processes: packaging/cross/test says so by a variable.
+bool IsEmulated();
+
 /// While it lives, this process cannot take much memory: a reader of an endless device then fails
 /// before the machine runs out of it. Without effect under AddressSanitizer, which reserves more.
 class MemoryLimit
