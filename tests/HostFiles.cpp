@@ -5,6 +5,8 @@
 
 #include <QCryptographicHash>
 
+#include <algorithm>
+
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
 #endif
@@ -115,6 +117,19 @@ constexpr bool UNDER_ASAN = true;
 #else
 constexpr bool UNDER_ASAN = false;
 #endif
+
+bool IsFileName(const QString &name)
+{
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || name.contains(QChar(0)))
+        return false;
+#ifdef Q_OS_WIN
+    return std::none_of(name.begin(), name.end(), [](QChar c) {
+        return c < QLatin1Char(' ') || QStringLiteral("<>:\"\\|?*").contains(c);
+    });
+#else
+    return true;
+#endif
+}
 
 bool IsUnderAsan()
 {

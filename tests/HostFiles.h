@@ -26,6 +26,12 @@
 #define SKIP_ON_WINDOWS(reason) static_cast<void>(0)
 #endif
 
+/// Whether the system can give a file this name: Windows cannot give all.
+bool IsFileName(const QString &name);
+
+/// Why a test leaves out what IsFileName() denies.
+#define NO_FILE_NAME "no name of a file on this system"
+
 /// Writes a file, and the directories that lead to it.
 bool WriteFile(const QString &path, const QByteArray &data);
 

@@ -96,7 +96,7 @@ QByteArray HubSettings::ReadStore(const QString &path)
     QSettings file(path, QSettings::IniFormat);
     file.clear();
     Copy(QSettings(ORGANISATION, APPLICATION), &file);
-    return ReadFile(path);
+    return ReadFile(path).replace("\r\n", "\n");
 }
 
 #else

@@ -335,6 +335,8 @@ void tst_AppMediaMgrFiles::fileNameIsTheNameInAscii()
     QFETCH(QByteArray, field);
     QFETCH(QString, base);
 
+    if (!IsFileName(base))
+        QSKIP(NO_FILE_NAME);
     const AppDosName name = AppDosName::FromBytes(field.constData());
     const QString program = mDirectory->path() + QLatin1Char('/') + base + QStringLiteral(".prg");
     const QString disk = mDirectory->path() + QLatin1Char('/') + base + QStringLiteral(".dxx");
@@ -383,7 +385,7 @@ void tst_AppMediaMgrFiles::everyByteOfANameStaysInTheDirectory()
         }
         const QString file =
             base + (kind == KIND_DISK ? QStringLiteral(".dxx") : QStringLiteral(".prg"));
-        const bool refused = byte == 0 || byte == '/';
+        const bool refused = !IsFileName(file);
         if (!refused)
             expected << QStringLiteral("media/%1 2 %2")
                             .arg(file, QStringLiteral("da23614e02469a0d7c7bd1bdab5c9c474b1904dc"));
@@ -465,6 +467,7 @@ void tst_AppMediaMgrFiles::writingReplacesTheWholeFile()
 // A download that runs while an upload replaces its file gets the old one or the new one whole.
 void tst_AppMediaMgrFiles::writingLeavesOpenReadersTheirFile()
 {
+    SKIP_ON_WINDOWS("Windows cannot put another file in the place of an open one");
     QVERIFY(WriteFile(Path("a.prg"), QByteArray(1000, 'a')));
     QFile reader(Path("a.prg"));
     QVERIFY(reader.open(QIODevice::ReadOnly));
@@ -487,6 +490,7 @@ void tst_AppMediaMgrFiles::writingKeepsThePermissionsOfTheFile()
 
 void tst_AppMediaMgrFiles::newFileHasTheUsualPermissions()
 {
+    SKIP_ON_WINDOWS("Windows has other permissions");
     QCOMPARE(AddUpdate(KIND_PROGRAM, mDirectory->path(), Name("A"), "b"), Path("a.prg"));
     struct stat status;
     QVERIFY(stat(QFile::encodeName(Path("a.prg")).constData(), &status) == 0);

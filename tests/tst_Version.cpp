@@ -73,6 +73,8 @@ void tst_Version::manPagesTellIt()
     QFETCH(QString, page);
 
     const QString text = ConfiguredText(page);
+    if (text.isEmpty())
+        SKIP_ON_WINDOWS("a page of other systems");
     const QRegularExpression title(QStringLiteral("\n\\.TH [A-Z-]+ 1 \\d{4}-\\d\\d-\\d\\d \"Disk "
                                                   "Hub %1\" \"User Commands\"\n")
                                        .arg(QRegularExpression::escape(VERSION)));
@@ -81,6 +83,7 @@ void tst_Version::manPagesTellIt()
 
 void tst_Version::packagesTellIt()
 {
+    SKIP_ON_WINDOWS("packages of other systems");
     const QString changelog = ConfiguredText(QStringLiteral("packaging/changelog"));
     QVERIFY2(changelog.startsWith(QStringLiteral("disk-hub (%1) unstable;").arg(VERSION)),
              qPrintable(changelog));
