@@ -53,9 +53,13 @@ QString Description(QWidget *control)
 /// The end of the port's hint, as the system's rule has it.
 QString Privilege()
 {
+#ifdef Q_OS_WIN
+    return QString();
+#else
     QFile rule(QStringLiteral("/proc/sys/net/ipv4/ip_unprivileged_port_start"));
     const int first = rule.open(QIODevice::ReadOnly) ? rule.readAll().trimmed().toInt() : 1024;
     return first > 0 ? QStringLiteral("; below %1 needs a privilege").arg(first) : QString();
+#endif
 }
 
 } // namespace
