@@ -370,6 +370,8 @@ void AppDiskHub::HandleRequest()
 
     mShortOfResources = false;
     auto *const connection = static_cast<AppConnection *>(mServer->nextPendingConnection());
+    if (connection == nullptr)
+        return;
     {
         AppDeviceTransaction transaction(connection);
         if (!transaction.mValid)

@@ -18,6 +18,10 @@ namespace
 
 constexpr int LISTEN_BACKLOG = 4096; // connections
 
+// The event loop reads from a connection that waits, too, and who takes it later would not be told.
+// So all but the first byte stays in the system.
+constexpr int WAITING_READ_SIZE = 1; // bytes
+
 } // namespace
 
 AppServer::AppServer(QObject *parent) : QTcpServer(parent)
@@ -41,6 +45,19 @@ bool AppServer::Listen(const QHostAddress &address, quint16 port)
 #endif
 }
 
+QTcpSocket *AppServer::nextPendingConnection()
+{
+    QTcpSocket *const connection = QTcpServer::nextPendingConnection();
+    if (connection == nullptr)
+        return nullptr;
+    if (connection->state() != QAbstractSocket::ConnectedState) {
+        connection->deleteLater();
+        return nullptr;
+    }
+    connection->setReadBufferSize(0);
+    return connection;
+}
+
 void AppServer::incomingConnection(qintptr descriptor)
 {
     auto connection = std::make_unique<AppConnection>(this);
@@ -49,5 +66,6 @@ void AppServer::incomingConnection(qintptr descriptor)
     connect(connection.get(), &AppConnection::LongWait, this, &AppServer::LongWait);
     connection->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption,
                                 AppConnection::SEND_BUFFER_SIZE);
+    connection->setReadBufferSize(WAITING_READ_SIZE);
     addPendingConnection(connection.release());
 }

@@ -21,6 +21,10 @@ public:
     /// Returns whether it listens.
     bool Listen(const QHostAddress &address, quint16 port);
 
+    /// The connection that waits, or null if there is none or it has ended meanwhile. What the
+    /// device sent while it waited is still to come: waitForReadyRead() finds it.
+    QTcpSocket *nextPendingConnection() override;
+
 signals:
     /// A connection blocks the thread; see AppConnection::LongWait().
     void LongWait();

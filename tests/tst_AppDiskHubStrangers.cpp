@@ -40,6 +40,7 @@ private slots:
     void identifierIsShownShortAndPrintable();
     void uploadedNameIsShownPrintable();
     void restartLetsAReplyEnd();
+    void requestThatWaitsForRoomIsAnswered();
 
 private:
     const HubSettings mSettings;

@@ -21,6 +21,8 @@ private slots:
     void shortWaitIsNotTold();
     void closedConnectionIsNotWaitedFor();
     void connectionsBelongToTheServer();
+    void waitingConnectionKeepsWhatCameForWhoeverTakesIt();
+    void waitingConnectionThatEndedIsNotGiven();
 };
 
 namespace
@@ -47,9 +49,9 @@ public:
     const AppServer &Server() const { return mServer; }
     int Told() const { return mTold; }
 
-private:
     static constexpr int TIMEOUT_MS = 10000;
 
+private:
     int mTold = 0;
     AppServer mServer;
     QTcpSocket mDevice;
@@ -57,6 +59,33 @@ private:
 };
 
 constexpr int LONG_MS = 3 * AppConnection::SHORT_WAIT_MS;
+
+/// Runs the event loop until whatever had come for a socket of this process has been seen: a byte
+/// that is sent later comes later.
+bool LetTheLoopSeeIt()
+{
+    QTcpServer server;
+    QTcpSocket sender;
+    if (!server.listen(QHostAddress::LocalHost))
+        return false;
+    sender.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    if (!server.waitForNewConnection(Pair::TIMEOUT_MS))
+        return false;
+    const QTcpSocket *const receiver = server.nextPendingConnection();
+    sender.write("x");
+    return QTest::qWaitFor([receiver] { return receiver->bytesAvailable() == 1; },
+                           Pair::TIMEOUT_MS);
+}
+
+/// Connects a device, and lets the server accept the connection and leave it waiting.
+bool LeaveWaiting(AppServer *server, QTcpSocket *device)
+{
+    if (!server->Listen(QHostAddress(QHostAddress::LocalHost), 0))
+        return false;
+    device->connectToHost(QHostAddress::LocalHost, server->serverPort());
+    return device->waitForConnected(Pair::TIMEOUT_MS) &&
+           server->waitForNewConnection(Pair::TIMEOUT_MS);
+}
 
 } // namespace
 
@@ -111,6 +140,37 @@ void tst_AppServer::connectionsBelongToTheServer()
 {
     const Pair pair;
     QCOMPARE(pair.Connection()->parent(), static_cast<const QObject *>(&pair.Server()));
+}
+
+void tst_AppServer::waitingConnectionKeepsWhatCameForWhoeverTakesIt()
+{
+    AppServer server;
+    QTcpSocket device;
+    QVERIFY(LeaveWaiting(&server, &device));
+    device.write("POST / HTTP/1.1\r\n");
+    QVERIFY(device.waitForBytesWritten(Pair::TIMEOUT_MS));
+    QVERIFY(LetTheLoopSeeIt());
+
+    QTcpSocket *const connection = server.nextPendingConnection();
+    QVERIFY(connection != nullptr);
+    QVERIFY2(connection->waitForReadyRead(Pair::TIMEOUT_MS), "it is still to be waited for");
+    QCOMPARE(connection->readAll(), QByteArray("POST / HTTP/1.1\r\n"));
+}
+
+void tst_AppServer::waitingConnectionThatEndedIsNotGiven()
+{
+    AppServer server;
+    QTcpSocket device;
+    QVERIFY(LeaveWaiting(&server, &device));
+    device.disconnectFromHost();
+    QVERIFY(LetTheLoopSeeIt());
+
+    QVERIFY(server.nextPendingConnection() == nullptr);
+    QTRY_VERIFY(server.findChildren<AppConnection *>().isEmpty());
+    QTcpSocket next;
+    next.connectToHost(QHostAddress::LocalHost, server.serverPort());
+    QTRY_VERIFY(server.hasPendingConnections());
+    QVERIFY(server.nextPendingConnection() != nullptr);
 }
 
 QTEST_GUILESS_MAIN(tst_AppServer)

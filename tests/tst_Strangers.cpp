@@ -72,6 +72,7 @@ private slots:
     void readersThatNeverReadDoNotEndTheHub_data();
     void readersThatNeverReadDoNotEndTheHub();
     void shortageOfDescriptorsIsNoEnd();
+    void requestThatWaitsForRoomIsAnswered();
     void readersThatNeverReadDoNotFillTheMemory();
     void packageThatMultipliesTakesTheBodyOnce();
     void uploadTakesItsBodyOnce();
@@ -141,6 +142,20 @@ void tst_Strangers::shortageOfDescriptorsIsNoEnd()
     QCOMPARE(limit(1024), 0);
     QVERIFY(device.waitForDisconnected(TIMEOUT_MS));
     QCOMPARE(device.readAll(), expected);
+}
+
+void tst_Strangers::requestThatWaitsForRoomIsAnswered()
+{
+    constexpr int READERS = 64; // that leave no room, unless it takes long to make them
+
+    const Media media;
+    QVERIFY(WriteFile(media.Disk("games.d82"), Image(D82_SIZE, 1)));
+    HubProcess hub;
+    QVERIFY(hub.Start(media.Section()));
+    Sockets devices;
+    for (int i = 0; i < READERS; ++i)
+        AskAndDoNotRead(hub, DownloadRequest("1", "*"), &devices);
+    QVERIFY(hub.Ask(SearchRequest("games")).raw.contains("GAMES"));
 }
 
 void tst_Strangers::readersThatNeverReadDoNotFillTheMemory()
