@@ -147,8 +147,10 @@ QString CommandsFixture::Path(const QString &relative) const
 
 QString CommandsFixture::MakeFullDirectory() const
 {
-    const bool made = WriteSparseFile(Path("full/a.prg"), D64_SIZE) &&
-                      MakeLink(QStringLiteral("gone"), Path("full/dangling"));
+    bool made = WriteSparseFile(Path("full/a.prg"), D64_SIZE);
+#ifndef Q_OS_WIN // where there is just nothing of that name
+    made = made && MakeLink(QStringLiteral("gone"), Path("full/dangling"));
+#endif
     return made ? Path("full") : QString();
 }
 

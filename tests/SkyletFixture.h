@@ -63,6 +63,17 @@ struct SkyletRun {
     QJsonObject Json() const { return QJsonDocument::fromJson(output).object(); }
 };
 
+/// What a program wrote, as it would on a system with line feeds, slashes and UTF-8.
+inline QByteArray AsElsewhere(QByteArray written)
+{
+#ifdef Q_OS_WIN
+    if (!written.startsWith('{')) // JSON is UTF-8 anyway
+        written = QString::fromLocal8Bit(written).toUtf8();
+    written.replace("\r\n", "\n").replace(".\\", "./");
+#endif
+    return written;
+}
+
 /// Runs skylet, or `program`, to its end. The event loop runs meanwhile, so that a server of this
 /// process can answer it.
 inline SkyletRun RunSkylet(const QStringList &arguments,
@@ -83,8 +94,8 @@ inline SkyletRun RunSkylet(const QStringList &arguments,
         process.waitForFinished();
         return run;
     }
-    run.output = process.readAllStandardOutput();
-    run.errors = process.readAllStandardError();
+    run.output = AsElsewhere(process.readAllStandardOutput());
+    run.errors = AsElsewhere(process.readAllStandardError());
     if (process.exitStatus() == QProcess::NormalExit && process.error() == QProcess::UnknownError)
         run.exitCode = process.exitCode();
     return run;

@@ -40,7 +40,6 @@ private slots:
     void identifierIsShownShortAndPrintable();
     void uploadedNameIsShownPrintable();
     void restartLetsAReplyEnd();
-    void requestThatWaitsForRoomIsAnswered();
 
 private:
     const HubSettings mSettings;

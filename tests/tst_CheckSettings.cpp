@@ -153,6 +153,7 @@ void tst_CheckSettings::whatTheHubSavesIsRead()
 
 void tst_CheckSettings::theStoreIsNotWritten()
 {
+    SKIP_ON_WINDOWS("the registry has no comments");
     const QByteArray text = "; a comment that a writer would lose\n[media]\ndisk_path=/d\n";
     QVERIFY(mSettings.Write(text));
     QCOMPARE(*CheckSettings::Places().first().diskDirectory, QStringLiteral("/d"));

@@ -50,6 +50,7 @@ private:
 
 void tst_ProtocolExample::init()
 {
+    SKIP_ON_WINDOWS("there is no python3 for certain");
     mMedia = std::make_unique<Media>();
     mHere = std::make_unique<QTemporaryDir>();
     QVERIFY(WriteFile(mMedia->Disk("games.d64"), Image(D64_SIZE)));

@@ -302,6 +302,8 @@ void tst_Settings::garbageGivesDefaults_data()
 void tst_Settings::garbageGivesDefaults()
 {
     QFETCH(QByteArray, text);
+    if (qstrcmp(QTest::currentDataTag(), "other-letter-case") == 0)
+        SKIP_ON_WINDOWS("the registry does not tell keys apart by case");
 
     const HubFixture hub;
     const int active = hub->mActiveIfc;
@@ -503,6 +505,7 @@ void tst_Settings::savesTheSelectedInterface()
 
 void tst_Settings::formerUsersStayInTheFile()
 {
+    SKIP_ON_WINDOWS("the registry has an order of its own");
     {
         const HubFixture hub;
         for (const char *name : {"a", "b", "c", "d", "e"})
@@ -564,6 +567,7 @@ void tst_Settings::savedFileIsItsOwnersAlone()
 
 void tst_Settings::storeInAForeignPlaceIsLeftAlone()
 {
+    SKIP_ON_WINDOWS("the registry is no file");
     // Where the directory of the store should be, there is a file.
     const QString directory = QFileInfo(mSettings.FilePath()).path();
     const HubFixture hub;

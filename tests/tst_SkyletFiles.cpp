@@ -158,7 +158,8 @@ void tst_SkyletFiles::fileThatExistsIsKept()
     QVERIFY(WriteFile(path, "before"));
     QString error;
     QCOMPARE(SkyletFiles::Write(path, "data", SkyletFiles::KEEP_EXISTING, &error), -1);
-    QCOMPARE(error, path + QStringLiteral(" exists already; --force replaces it"));
+    QCOMPARE(error, QDir::toNativeSeparators(path) +
+                        QStringLiteral(" exists already; --force replaces it"));
     QCOMPARE(ReadFile(path), QByteArray("before"));
 }
 
@@ -209,7 +210,8 @@ void tst_SkyletFiles::directoriesAreNoFiles()
     QString error;
     QCOMPARE(SkyletFiles::Write(directory.path(), "data", SkyletFiles::REPLACE_EXISTING, &error),
              -1);
-    QCOMPARE(error, directory.path() + QStringLiteral(" exists and is no file"));
+    QCOMPARE(error,
+             QDir::toNativeSeparators(directory.path()) + QStringLiteral(" exists and is no file"));
 }
 
 void tst_SkyletFiles::missingDirectoryIsAnError()
@@ -218,7 +220,8 @@ void tst_SkyletFiles::missingDirectoryIsAnError()
     const QString path = directory.filePath(QStringLiteral("missing/a.prg"));
     QString error;
     QCOMPARE(SkyletFiles::Write(path, "data", SkyletFiles::KEEP_EXISTING, &error), -1);
-    QVERIFY(error.startsWith(path + QStringLiteral(" cannot be written: ")));
+    QVERIFY(
+        error.startsWith(QDir::toNativeSeparators(path) + QStringLiteral(" cannot be written: ")));
 }
 
 QTEST_GUILESS_MAIN(tst_SkyletFiles)

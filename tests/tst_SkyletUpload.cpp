@@ -141,7 +141,7 @@ void tst_SkyletUpload::filesAreRefused()
     SkyletUpload::OBJECT object;
     QString said;
     QCOMPARE(SkyletUpload::Identify(path, QString(), &object, &said), -1);
-    QCOMPARE(said, error.arg(path));
+    QCOMPARE(said, error.arg(QDir::toNativeSeparators(path)));
 }
 
 void tst_SkyletUpload::directoriesAndMissingFilesAreRefused()
@@ -151,9 +151,9 @@ void tst_SkyletUpload::directoriesAndMissingFilesAreRefused()
     SkyletUpload::OBJECT object;
     QString error;
     QCOMPARE(SkyletUpload::Identify(missing, QString(), &object, &error), -1);
-    QCOMPARE(error, missing + QStringLiteral(" cannot be read"));
+    QCOMPARE(error, QDir::toNativeSeparators(missing) + QStringLiteral(" cannot be read"));
     QCOMPARE(SkyletUpload::Identify(directory.path(), QString(), &object, &error), -1);
-    QCOMPARE(error, directory.path() + QStringLiteral(" cannot be read"));
+    QCOMPARE(error, QDir::toNativeSeparators(directory.path()) + QStringLiteral(" cannot be read"));
 }
 
 void tst_SkyletUpload::nameIsTheOneGiven()
@@ -279,7 +279,7 @@ void tst_SkyletUpload::fileThatChangedIsNoticed()
         QVERIFY(WriteSparseFile(path, size));
     QByteArray package;
     QCOMPARE(SkyletUpload::Pack(objects, SkyletUpload::KEEP_EXISTING, &package, &error), -1);
-    QCOMPARE(error, path + QStringLiteral(" changed, or cannot be read"));
+    QCOMPARE(error, QDir::toNativeSeparators(path) + QStringLiteral(" changed, or cannot be read"));
 }
 
 QTEST_GUILESS_MAIN(tst_SkyletUpload)
