@@ -4,6 +4,7 @@
 // Runs the program's main() in a user's language, which is German here.
 
 #include "AppToolkitTexts.h"
+#include "HostFiles.h"
 #include "HubFixture.h"
 
 #include <QAbstractButton>

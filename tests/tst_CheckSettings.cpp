@@ -4,6 +4,7 @@
 #include "CheckSettings.h"
 
 #include "AppSettings.h"
+#include "HostFiles.h"
 #include "HubSettings.h"
 
 #include <QTest>
