@@ -163,9 +163,8 @@ void tst_CheckCommandLine::badUsage()
 
 void tst_CheckCommandLine::cleanDirectoriesGiveZero()
 {
-    const WRITTEN result =
-        Run({QStringLiteral("--disks"), QStringLiteral("ROOT/clean"), QStringLiteral("--programs"),
-             QStringLiteral("ROOT/clean")});
+    const WRITTEN result = Run({QStringLiteral("--disks"), QStringLiteral("ROOT/clean"),
+                                QStringLiteral("--programs"), QStringLiteral("ROOT/clean")});
     QCOMPARE(int(result.exitCode), 0);
     QCOMPARE(result.error, QByteArray());
     QVERIFY(result.output.endsWith("\nNothing to remark.\n"));
@@ -219,8 +218,7 @@ void tst_CheckCommandLine::settingsWithoutAStore()
 
 void tst_CheckCommandLine::json()
 {
-    const WRITTEN result =
-        Run({QStringLiteral("--json"), QStringLiteral("--disks=ROOT/messy")});
+    const WRITTEN result = Run({QStringLiteral("--json"), QStringLiteral("--disks=ROOT/messy")});
     QCOMPARE(int(result.exitCode), 1);
     QVERIFY(!QJsonDocument::fromJson(result.output).isNull());
     QVERIFY(result.output.contains("\"compressed\""));
