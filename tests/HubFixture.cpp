@@ -30,7 +30,13 @@ SizeHintsFilter::~SizeHintsFilter()
     qInstallMessageHandler(nextHandler);
 }
 
-HubFixture::HubFixture() : mHub(new AppDiskHub(1, mArgv)) {}
+HubFixture::HubFixture()
+{
+#ifdef Q_OS_WIN // whose own chooser of directories is none that a test can answer
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+#endif
+    mHub.reset(new AppDiskHub(1, mArgv));
+}
 
 quint16 HubFixture::Port() const
 {
