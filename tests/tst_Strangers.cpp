@@ -44,6 +44,15 @@ void AskAndDoNotRead(const HubProcess &hub, const QByteArray &request, Sockets *
         QVERIFY(device->waitForBytesWritten(TIMEOUT_MS));
 }
 
+/// Devices that ask for all disks and take nothing of the reply.
+Sockets ReadersThatNeverRead(const HubProcess &hub, int count)
+{
+    Sockets devices;
+    for (int i = 0; i < count; ++i)
+        AskAndDoNotRead(hub, DownloadRequest("1", "*"), &devices);
+    return devices;
+}
+
 /// Nineteen disks of the largest kind.
 bool MakeLargestReply(const Media &media)
 {
@@ -152,9 +161,7 @@ void tst_Strangers::requestThatWaitsForRoomIsAnswered()
     QVERIFY(WriteFile(media.Disk("games.d82"), Image(D82_SIZE, 1)));
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
-    Sockets devices;
-    for (int i = 0; i < READERS; ++i)
-        AskAndDoNotRead(hub, DownloadRequest("1", "*"), &devices);
+    const Sockets devices = ReadersThatNeverRead(hub, READERS);
     QVERIFY(hub.Ask(SearchRequest("games")).raw.contains("GAMES"));
 }
 
@@ -167,9 +174,7 @@ void tst_Strangers::readersThatNeverReadDoNotFillTheMemory()
     QVERIFY(MakeLargestReply(media));
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
-    Sockets devices;
-    for (int i = 0; i < READERS; ++i)
-        AskAndDoNotRead(hub, DownloadRequest("1", "*"), &devices);
+    const Sockets devices = ReadersThatNeverRead(hub, READERS);
     QVERIFY(hub.Ask(SearchRequest("d1")).raw.contains("D1"));
     const qint64 peak = MemoryOf(hub, "VmHWM:");
     QVERIFY2(IsUnderAsan() || (peak > 0 && peak <= MEMORY_MAX),
