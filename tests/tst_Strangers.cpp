@@ -162,6 +162,10 @@ void tst_Strangers::requestThatWaitsForRoomIsAnswered()
     HubProcess hub;
     QVERIFY(hub.Start(media.Section()));
     const Sockets devices = ReadersThatNeverRead(hub, READERS);
+    QTcpSocket impatient;
+    hub.Connect(&impatient);
+    QVERIFY(impatient.waitForConnected(TIMEOUT_MS));
+    impatient.disconnectFromHost();
     QVERIFY(hub.Ask(SearchRequest("games")).raw.contains("GAMES"));
 }
 
